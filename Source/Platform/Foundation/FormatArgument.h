@@ -77,3 +77,14 @@ using FormatArguments = std::span<const FormatArgument>;
 
 // Expands `format` (see NSString::stringWithFormat) with `arguments`.
 [[nodiscard]] NSString NSStringWithFormatArguments(const NSString& format, FormatArguments arguments);
+
+template <typename... Arguments>
+NSString NSString::stringWithFormat(const NSString& format, const Arguments&... arguments)
+{
+    if constexpr (sizeof...(arguments) == 0) {
+        return NSStringWithFormatArguments(format, {});
+    } else {
+        const FormatArgument list[] = {FormatArgument(arguments)...};
+        return NSStringWithFormatArguments(format, list);
+    }
+}

@@ -156,20 +156,10 @@ private:
 // "{location, length}".
 [[nodiscard]] NSString NSStringFromRange(NSRange range);
 
-#include "Platform/Foundation/FormatArgument.h"
-
-template <typename... Arguments>
-NSString NSString::stringWithFormat(const NSString& format, const Arguments&... arguments)
-{
-    if constexpr (sizeof...(arguments) == 0) {
-        return NSStringWithFormatArguments(format, {});
-    } else {
-        const FormatArgument list[] = {FormatArgument(arguments)...};
-        return NSStringWithFormatArguments(format, list);
-    }
-}
-
 template <>
 struct std::hash<NSString> {
     size_t operator()(const NSString& string) const noexcept { return std::hash<std::u16string_view>()(string.units()); }
 };
+
+// Completes stringWithFormat.
+#include "Platform/Foundation/FormatArgument.h"
