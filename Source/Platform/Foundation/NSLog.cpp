@@ -1,0 +1,60 @@
+#include "Platform/Foundation/NSLog.h"
+
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <ctime>
+#include <poll.h>
+#include <string>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr int LongestWait = 1000;   // milliseconds that a non-blocking standard error without room may hold a line up
+
+// "yyyy-MM-dd HH:mm:ss.SSSSSS+ZZZZ" for the current moment in local time.
+std::string timeStamp()
+{
+    timespec now = {};
+    ::clock_gettime(CLOCK_REALTIME, &now);
+    tm local = {};
+    ::localtime_r(&now.tv_sec, &local);
+    std::array<char, 64> seconds = {};
+    std::array<char, 16> fraction = {};
+    std::array<char, 16> zone = {};
+    std::strftime(seconds.data(), seconds.size(), "%Y-%m-%d %H:%M:%S", &local);
+    std::snprintf(fraction.data(), fraction.size(), ".%06ld", now.tv_nsec / 1000);
+    std::strftime(zone.data(), zone.size(), "%z", &local);
+    return std::string(seconds.data()) + fraction.data() + zone.data();
+}
+
+}
+
+void writeToStandardError(std::string_view line)
+{
+    while (!line.empty()) {
+        const ssize_t written = ::write(STDERR_FILENO, line.data(), line.size());
+        if (written >= 0) {
+            line.remove_prefix(static_cast<size_t>(written));
+        } else if (errno == EAGAIN) {
+            pollfd error = {STDERR_FILENO, POLLOUT, 0};
+            if (::poll(&error, 1, LongestWait) <= 0)
+                return;
+        } else if (errno != EINTR) {
+            return;
+        }
+    }
+}
+
+void NSLogText(const NSString& text)
+{
+    std::string line = timeStamp();
+    line += ' ';
+    line += program_invocation_short_name;
+    line += '[' + std::to_string(::getpid()) + ':' + std::to_string(::syscall(SYS_gettid)) + "] ";
+    line += text.UTF8();
+    if (line.back() != '\n')
+        line += '\n';
+    writeToStandardError(line);
+}
