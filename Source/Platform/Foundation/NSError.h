@@ -9,8 +9,7 @@
 
 // A failure: domain, code, and a user info that may be absent. Immutable; copies share their contents. A default-constructed one
 // is absent ("no error").
-class NSError
-{
+class NSError {
 public:
     NSError() = default;
     NSError(NSString domain, int64_t code, NSDictionary userInfo = {});
@@ -25,8 +24,10 @@ public:
     // URL, WebKit and OS-status domains their sentence, otherwise "The operation couldn’t be completed. (DOMAIN error CODE.)"; a failure
     // reason in the user info takes the place of the parenthesis. Never absent for a present error.
     [[nodiscard]] NSString localizedDescription() const;
-    // The user info's own text, else what the platform derives (the POSIX domain names errno's meaning); absent otherwise.
+    // The user info's own text, else what the platform derives (the POSIX domain names errno's meaning, file errors their cause);
+    // absent otherwise.
     [[nodiscard]] NSString localizedFailureReason() const;
+    // The user info's own text; absent otherwise.
     [[nodiscard]] NSString localizedRecoverySuggestion() const;
     // "Error Domain=D Code=C \"localized description\" UserInfo={key=value, …}".
     [[nodiscard]] NSString description() const;
@@ -41,5 +42,5 @@ private:
 
 // An error of NSPOSIXErrorDomain or, where the platform has a code of its own for a file operation (no such file, no permission,
 // no space …), of NSCocoaErrorDomain, with the path under NSFilePathErrorKey and the errno value's own error as underlying one.
-// `forWriting` chooses between the reading and writing codes.
+// `forWriting` chooses between the reading and writing codes; a writer's missing file is told as the missing folder that it is.
 [[nodiscard]] NSError NSFileErrorFromErrno(int errnoValue, const NSString& path, bool forWriting);

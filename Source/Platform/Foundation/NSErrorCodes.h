@@ -18,6 +18,10 @@ inline const NSString NSLocalizedRecoverySuggestionErrorKey = u"NSLocalizedRecov
 inline const NSString NSUnderlyingErrorKey = u"NSUnderlyingError";
 inline const NSString NSFilePathErrorKey = u"NSFilePath";
 inline const NSString NSURLErrorKey = u"NSURL";
+// Which kind of thing a file error is about, when its sentence names another one than the file: "Folder".
+inline const NSString NSUserStringVariantErrorKey = u"NSUserStringVariant";
+// What went wrong, for developers.
+inline const NSString NSDebugDescriptionErrorKey = u"NSDebugDescription";
 inline const NSString NSHelpAnchorErrorKey = u"NSHelpAnchor";
 inline const NSString NSURLErrorFailingURLErrorKey = u"NSErrorFailingURLKey";
 inline const NSString NSURLErrorFailingURLStringErrorKey = u"NSErrorFailingURLStringKey";
@@ -26,15 +30,26 @@ inline const NSString NSURLErrorFailingURLStringErrorKey = u"NSErrorFailingURLSt
 inline constexpr int64_t NSFileNoSuchFileError = 4;
 inline constexpr int64_t NSFileReadUnknownError = 256;
 inline constexpr int64_t NSFileReadNoPermissionError = 257;
+inline constexpr int64_t NSFileReadInvalidFileNameError = 258;
 inline constexpr int64_t NSFileReadCorruptFileError = 259;
 inline constexpr int64_t NSFileReadNoSuchFileError = 260;
+inline constexpr int64_t NSFileReadInapplicableStringEncodingError = 261;
+inline constexpr int64_t NSFileReadUnsupportedSchemeError = 262;
+inline constexpr int64_t NSFileReadTooLargeError = 263;
+inline constexpr int64_t NSFileReadUnknownStringEncodingError = 264;
 inline constexpr int64_t NSFileWriteUnknownError = 512;
 inline constexpr int64_t NSFileWriteNoPermissionError = 513;
 inline constexpr int64_t NSFileWriteInvalidFileNameError = 514;
 inline constexpr int64_t NSFileWriteFileExistsError = 516;
+inline constexpr int64_t NSFileWriteInapplicableStringEncodingError = 517;
+inline constexpr int64_t NSFileWriteUnsupportedSchemeError = 518;
 inline constexpr int64_t NSFileWriteOutOfSpaceError = 640;
 inline constexpr int64_t NSFileWriteVolumeReadOnlyError = 642;
+inline constexpr int64_t NSUserCancelledError = 3072;
 inline constexpr int64_t NSPropertyListReadCorruptError = 3840;
+inline constexpr int64_t NSPropertyListWriteStreamError = 3851;
+inline constexpr int64_t NSPropertyListWriteInvalidError = 3852;
+inline constexpr int64_t NSCoderReadCorruptError = 4864;
 
 // NSURLErrorDomain.
 inline constexpr int64_t NSURLErrorUnknown = -1;

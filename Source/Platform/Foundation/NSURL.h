@@ -6,8 +6,7 @@
 #include <optional>
 
 // An address; a default-constructed one is absent. The text is kept as it was written: nothing is normalised.
-class NSURL
-{
+class NSURL {
 public:
     NSURL() = default;
     // Absent when `text` is absent or holds a character that may not stand in an address (RFC 3986, with any other character outside
@@ -24,10 +23,11 @@ public:
     [[nodiscard]] NSString absoluteString() const;
     [[nodiscard]] NSString description() const { return absoluteString(); }
 
-    // Parts by RFC 3986, section 3, as written unless said otherwise; absent when the address has none. The path, user, password, host
-    // and fragment have their percent escapes decoded (a path that is not valid UTF-8 then is absent); the path of "http://h" is "",
-    // and a trailing "/" of a longer path is left out, as the platform does. An address without "//" after its scheme and without a leading "/" (such
-    // as "mailto:a@b") has no path.
+    // Parts by RFC 3986, section 3, as written unless said otherwise; absent when the address has none. The path, user, password and
+    // host have their percent escapes decoded (one that is not valid UTF-8 then is absent), query and fragment keep them; the path of
+    // "http://h" is "", and a trailing "/" of a longer path is left out, as the platform does. An address without "//" after its
+    // scheme and without a leading "/" (such as "mailto:a@b") has no path. A host has no brackets around it; an empty one is absent. A
+    // port that is no number below 65536 is absent.
     [[nodiscard]] NSString scheme() const;
     [[nodiscard]] NSString user() const;
     [[nodiscard]] NSString password() const;
