@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <ctime>
+#include <memory>
 #include <poll.h>
 #include <string>
 #include <sys/syscall.h>
@@ -33,6 +34,9 @@ std::string timeStamp()
 
 void writeToStandardError(std::string_view line)
 {
+    // A pipe that is nearly full takes a long line in parts: stdio's lock keeps the other threads' lines from getting between them.
+    const std::unique_ptr<FILE, decltype(&::funlockfile)> lock(stderr, &::funlockfile);
+    ::flockfile(lock.get());
     while (!line.empty()) {
         const ssize_t written = ::write(STDERR_FILENO, line.data(), line.size());
         if (written >= 0) {
