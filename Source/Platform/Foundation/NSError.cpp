@@ -99,6 +99,7 @@ static int64_t cocoaCodeForReading(int errnoValue)
     case EPERM:
         return NSFileReadNoPermissionError;
     case ENAMETOOLONG:
+    case EILSEQ:   // not text that the file system can hold
         return NSFileReadInvalidFileNameError;
     case EFBIG:
         return NSFileReadTooLargeError;
@@ -116,6 +117,7 @@ static int64_t cocoaCodeForWriting(int errnoValue)
     case EPERM:
         return NSFileWriteNoPermissionError;
     case ENAMETOOLONG:
+    case EILSEQ:   // not text that the file system can hold
         return NSFileWriteInvalidFileNameError;
     case EEXIST:
         return NSFileWriteFileExistsError;
