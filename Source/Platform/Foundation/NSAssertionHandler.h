@@ -9,8 +9,7 @@
 // write "*** Assertion failure in FUNCTION, FILE:LINE" to the system log and throw an NSException named
 // NSInternalInconsistencyException whose reason is the description. An absent function name reads "<Unknown Function>", an absent
 // file name "<Unknown File>".
-class NSAssertionHandler
-{
+class NSAssertionHandler {
 public:
     // `method` is the operation's full name, such as "-[QVRLogger logPrefix:message:area:]".
     template <typename... Arguments>

@@ -5,16 +5,12 @@
 #include <string_view>
 
 // The name of an operation, with a colon for each argument: "qvrBoolForKey:defaultValue:". A default-constructed one is absent.
-class Selector
-{
+class Selector {
 public:
     constexpr Selector() = default;
     constexpr Selector(std::nullptr_t) { }
     // `name` must outlive the selector: selectors are named by literals.
-    constexpr explicit Selector(std::string_view name)
-        : _name(name)
-    {
-    }
+    constexpr explicit Selector(std::string_view name) : _name(name) { }
 
     [[nodiscard]] constexpr bool isAbsent() const { return _name.data() == nullptr; }
     constexpr explicit operator bool() const { return !isAbsent(); }
