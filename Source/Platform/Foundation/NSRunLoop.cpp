@@ -9,8 +9,7 @@
 #include <memory>
 
 NSRunLoop::NSRunLoop(Thread thread)
-    : _context(thread == Thread::Main ? g_main_context_ref(g_main_context_default()) : g_main_context_new())
-    , _thread(thread)
+    : _context(thread == Thread::Main ? g_main_context_ref(g_main_context_default()) : g_main_context_new()), _thread(thread)
 {
     if (_thread == Thread::Other)
         g_main_context_push_thread_default(_context);

@@ -10,8 +10,7 @@ struct _GMainContext;
 // What a thread waits in. Timers, file sources, performed blocks and the callbacks of GLib-based libraries run only inside
 // runUntilDate, on the loop's own thread. The main thread's loop is GLib's default main context; every other thread gets a
 // context of its own, which is that thread's default one while the thread lives.
-class NSRunLoop
-{
+class NSRunLoop {
 public:
     // The calling thread's loop, made at first use. It lives as long as its thread; the main thread's lives to the end of the process.
     [[nodiscard]] static NSRunLoop& currentRunLoop();

@@ -8,8 +8,7 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
-namespace
-{
+namespace {
 
 constexpr size_t LongestSystemName = 15;   // bytes; Linux keeps 16 with the final NUL
 

@@ -3,8 +3,7 @@
 class NSString;
 
 // A thread of this process. There is one object per thread, so that its address tells threads apart.
-class NSThread
-{
+class NSThread {
 public:
     // The calling thread's object. It lives as long as its thread.
     [[nodiscard]] static NSThread& currentThread();

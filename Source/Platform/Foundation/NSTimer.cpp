@@ -7,8 +7,7 @@
 #include <optional>
 #include <utility>
 
-namespace
-{
+namespace {
 
 constexpr double ShortestInterval = 0.0001;   // seconds
 

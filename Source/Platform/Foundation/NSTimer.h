@@ -5,8 +5,7 @@
 
 // A timer of the run loop of the thread that scheduled it; used on that thread only. The object owns the timer: when it goes, the
 // timer is invalidated.
-class NSTimer
-{
+class NSTimer {
 public:
     NSTimer() = default;   // not valid
     NSTimer(NSTimer&&) = default;
@@ -24,9 +23,6 @@ public:
 
 private:
     struct State;
-    explicit NSTimer(std::shared_ptr<State> state)
-        : _state(std::move(state))
-    {
-    }
+    explicit NSTimer(std::shared_ptr<State> state) : _state(std::move(state)) { }
     std::shared_ptr<State> _state;
 };

@@ -13,8 +13,7 @@ enum class FileReadiness { Readable, Writable };
 // write, pauses the source or destroys it, or the loop spins. End of file, hang-up and errors count as ready, and the next read or
 // write tells which. The callback may destroy the source and may run the loop, which then may call it again before it returns; so the
 // descriptor should be non-blocking and "nothing there after all" is to be expected.
-class RunLoopFileSource
-{
+class RunLoopFileSource {
 public:
     // The descriptor is borrowed and must stay open while the source lives.
     RunLoopFileSource(int fileDescriptor, FileReadiness readiness, std::function<void()> callback);

@@ -7,8 +7,7 @@
 #include <poll.h>
 #include <utility>
 
-namespace
-{
+namespace {
 
 struct CallOut {
     NSRunLoop& loop;
