@@ -7,6 +7,10 @@
 #include <compare>
 #include <cstdint>
 
+// Stands for the version number of the platform's Foundation, which programs compare to learn what they can use: the number that
+// release 10.10 carried, since all that release offers is here (what came in later releases is asked for by version record).
+inline constexpr double NSFoundationVersionNumber = 1151.16;
+
 // A system's version, most significant number first.
 struct NSOperatingSystemVersion {
     int64_t majorVersion = 0;
