@@ -1,0 +1,132 @@
+#pragma once
+
+#include "Platform/Foundation/NSData.h"
+#include "Platform/Foundation/NSError.h"
+#include "Platform/Foundation/NSURL.h"
+#include "Platform/Foundation/NSURLRequest.h"
+#include "Platform/Foundation/NSURLResponse.h"
+
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+// Names of an engine's frames, documents and resource loads. Opaque; equal texts name the same thing, and nothing is named twice.
+// A frame keeps its name through all its documents. Empty stands for none.
+using FrameID = std::string;
+using DocumentID = std::string;
+using ResourceID = std::string;
+
+// Why a frame is about to show another document, with the platform's numbers.
+enum class NavigationType : int {
+    LinkClicked = 0,
+    FormSubmitted = 1,
+    BackForward = 2,
+    Reload = 3,
+    FormResubmitted = 4,
+    Other = 5
+};
+
+struct NavigationAction {
+    FrameID frame;
+    NSURLRequest request;
+    NavigationType type = NavigationType::Other;
+};
+
+// Use goes on with what was asked about; Ignore drops it, leaves the page as it is, and ends the load without further news of it.
+enum class PolicyAnswer { Use, Ignore };
+// To be called once, at once or later, on the main thread; dropping it without a call leaves the question, and the load, open until the
+// load is stopped.
+using PolicyDecision = std::function<void(PolicyAnswer)>;
+
+// A document as it stands when it is asked for.
+struct DocumentSnapshot {
+    FrameID frame;
+    DocumentID document;
+    NSString encodingName;   // in which the engine read the document: "windows-1252", "UTF-8" …
+    NSString markup;         // serialised, with its doctype; absent when the frame shows no markup (an image, a PDF)
+    NSString MIMEType;       // of the document as the engine parsed it: "text/html", "application/xhtml+xml", "text/xml" …
+    NSURL url;
+    NSString textEncodingName;   // in which the engine read the document: "windows-1252"; absent when it does not tell
+};
+
+// What happens in a page. All calls come inside runs of the run loop, on the main thread, and may call the engine or run the loop.
+class PageEngineClient {
+public:
+    virtual ~PageEngineClient() = default;
+
+    // The frame tree. The main frame exists from the start and is never attached or detached; `parent` is never empty.
+    virtual void frameAttached(const FrameID& frame, const FrameID& parent) = 0;
+    virtual void frameDetached(const FrameID& frame) = 0;
+    // The frame's name became known or changed; "" when it has none.
+    virtual void frameNamed(const FrameID& frame, const NSString& name) = 0;
+
+    // A frame's life, in this order: asked, started, (redirected,) asked about the response, committed, finished or failed. Documents without a response
+    // of their own ("about:blank", "about:srcdoc") are not asked about. A load that is ignored, or fails before it commits, leaves the frame's document as it was.
+    virtual void decideNavigation(const NavigationAction& action, PolicyDecision decide) = 0;
+    virtual void navigationStarted(const FrameID& frame, const DocumentID& document, const NSURLRequest& request) = 0;
+    virtual void navigationRedirected(const FrameID& frame, const NSURLRequest& request) = 0;
+    virtual void decideResponse(
+        const FrameID& frame, const NSURLRequest& request, const NSURLResponse& response, PolicyDecision decide) = 0;
+    virtual void navigationCommitted(const FrameID& frame, const DocumentID& document, const NSURLResponse& response) = 0;
+    virtual void navigationFailed(const FrameID& frame, const NSError& error) = 0;
+    virtual void documentFinished(const FrameID& frame) = 0;
+    virtual void documentFailed(const FrameID& frame, const NSError& error) = 0;
+    virtual void titleChanged(const FrameID& frame, const NSString& title) = 0;
+
+    // The page will go elsewhere by itself (refresh, script), `delay` seconds from now; and it went there, or will not after all.
+    virtual void clientRedirectScheduled(const FrameID& frame, const NSURL& url, double delay) = 0;
+    virtual void clientRedirectCleared(const FrameID& frame) = 0;
+    // The page asked for a window of its own; it has already been refused.
+    virtual void newWindowRefused(const NSURLRequest& request, const NSString& name) = 0;
+
+    // Loads of a document and what it uses. The document's own load is among them. `redirectResponse` is present when a redirect led to
+    // `request`; the resource keeps its name then.
+    virtual void resourceRequested(const ResourceID& resource, const FrameID& frame, const DocumentID& document,
+        const NSURLRequest& request, const NSURLResponse& redirectResponse) = 0;
+    virtual void resourceResponded(const ResourceID& resource, const NSURLResponse& response) = 0;
+    virtual void resourceReceivedData(const ResourceID& resource, int64_t length) = 0;
+    virtual void resourceFinished(const ResourceID& resource) = 0;
+    virtual void resourceFailed(const ResourceID& resource, const NSError& error) = 0;
+    // A server wants credentials. There are none to give; the challenge is already cancelled.
+    virtual void authenticationRefused(const ResourceID& resource, const NSURLResponse& challenge) = 0;
+
+    // The engine, or the part of it that shows the page, is gone. Every load under way has failed with this error.
+    virtual void engineFailed(const NSError& error) = 0;
+};
+
+// What the platform's web classes need from a browser. One engine shows one page. Calls return at once unless they say otherwise;
+// news arrives on the client. Main thread only.
+class PageEngine {
+public:
+    struct Settings {
+        bool javaScriptEnabled = true;
+        bool plugInsEnabled = false;
+    };
+
+    virtual ~PageEngine() = default;
+
+    // Borrowed; must outlive the engine or be reset to null.
+    virtual void setClient(PageEngineClient* client) = 0;
+    [[nodiscard]] virtual FrameID mainFrame() const = 0;
+
+    // Loads `request` into the main frame with `settings`, after stopping what is loading there. The request's time-out is idle time:
+    // that long without a byte of the main document ends the load with NSURLErrorTimedOut.
+    virtual void load(const NSURLRequest& request, const Settings& settings) = 0;
+    // Stops every load under way; those of documents fail with NSURLErrorCancelled.
+    virtual void stop() = 0;
+
+    // The documents of all frames that stand now, parents before children, children in document order. Waits for the engine until `deadline` without delivering
+    // news meanwhile. Throws NSException when the engine cannot answer.
+    [[nodiscard]] virtual std::vector<DocumentSnapshot> documents(std::chrono::steady_clock::time_point deadline) = 0;
+    // The body of a finished load: the server's bytes after content-decoding. Absent when there is none. Waits as documents does.
+    [[nodiscard]] virtual NSData body(const ResourceID& resource, std::chrono::steady_clock::time_point deadline) = 0;
+    // The local name of the element that holds the frame: "iframe", "frame", "object", "embed". Absent for the main frame, and when the
+    // engine does not tell. Waits as documents does.
+    [[nodiscard]] virtual NSString frameElement(const FrameID& /*frame*/, std::chrono::steady_clock::time_point /*deadline*/)
+    {
+        return {};
+    }
+};
