@@ -35,7 +35,7 @@ public:
 
     // The UTF-8 form, or when a surrogate is unpaired "UTF-8 error: " and the text with every character that is not ASCII escaped by
     // a backslash. Nothing when that fails too.
-    [[nodiscard]] std::optional<std::string> cStringFromString(const NSString& string) const;
+    [[nodiscard]] virtual std::optional<std::string> cStringFromString(const NSString& string) const;
 
     // The message cut at its line ends, empty lines left out, and each line cut by splitLine at 128.
     [[nodiscard]] NSArray splitMessage(const NSString& message) const;
