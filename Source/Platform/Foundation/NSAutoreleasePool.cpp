@@ -8,23 +8,13 @@ namespace {
 struct Frame {
     size_t serial;
     std::vector<std::shared_ptr<const void>> objects;
-
-    // An object's end may put further objects here.
-    void release()
-    {
-        while (!objects.empty()) {
-            const auto last = std::move(objects.back());
-            objects.pop_back();
-        }
-    }
 };
 
 // Told apart from the stack itself, because it can be asked after the stack's destruction.
 thread_local bool threadEnds = false;
 
-// Frames are held by pointer: they stay in place while objects that they let go open new ones.
 struct Stack {
-    std::vector<std::unique_ptr<Frame>> frames;
+    std::vector<Frame> frames;
     size_t lastSerial = 0;
 
     Stack() { open(); }
@@ -37,17 +27,20 @@ struct Stack {
     }
     size_t open()
     {
-        frames.push_back(std::make_unique<Frame>(Frame{++lastSerial, {}}));
+        frames.push_back({++lastSerial, {}});
         return frames.size() - 1;
     }
     void closeDownTo(size_t place)
     {
+        // One object at a time: its end may put further ones here, and may open pools.
         while (frames.size() > place) {
-            const Frame* top = frames.back().get();
-            frames.back()->release();
-            // An object's end may have left a pool open above it, which then comes first.
-            if (frames.back().get() == top)
+            auto& objects = frames.back().objects;
+            if (objects.empty()) {
                 frames.pop_back();
+                continue;
+            }
+            const auto newest = std::move(objects.back());
+            objects.pop_back();
         }
     }
 };
@@ -75,12 +68,12 @@ void NSAutoreleasePool::drain()
         return;
     // An enclosing pool may have closed this one, and another may have taken its place.
     auto& frames = stack().frames;
-    if (place < frames.size() && frames[place]->serial == _serial)
+    if (place < frames.size() && frames[place].serial == _serial)
         stack().closeDownTo(place);
 }
 
 void NSAutoreleasePool::autorelease(std::shared_ptr<const void> object)
 {
     if (object && !threadEnds)
-        stack().frames.back()->objects.push_back(std::move(object));
+        stack().frames.back().objects.push_back(std::move(object));
 }

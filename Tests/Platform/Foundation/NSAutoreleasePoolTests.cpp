@@ -15,13 +15,14 @@ class NSAutoreleasePoolTest : public testing::Test {
 protected:
     std::vector<std::string> ended;
 
-    struct Object {
-        std::function<void()> atEnd;
-        ~Object() { atEnd(); }
-    };
-    void autorelease(const std::string& name)
+    // Puts an object that calls `atEnd` at its end into the innermost pool.
+    void autorelease(std::function<void()> atEnd)
     {
-        NSAutoreleasePool::autorelease(std::make_shared<Object>(Object{[this, name] { ended.push_back(name); }}));
+        NSAutoreleasePool::autorelease(std::shared_ptr<const void>(this, [atEnd = std::move(atEnd)](const void*) { atEnd(); }));
+    }
+    void autoreleaseNamed(const std::string& name)
+    {
+        autorelease([this, name] { ended.push_back(name); });
     }
 };
 
@@ -31,7 +32,7 @@ TEST_F(NSAutoreleasePoolTest, KeepsObjectsUntilItEnds)
 {
     {
         const NSAutoreleasePool pool;
-        autorelease("object");
+        autoreleaseNamed("object");
         EXPECT_TRUE(ended.empty());
     }
     EXPECT_EQ(ended, (std::vector<std::string>{"object"}));
@@ -40,8 +41,8 @@ TEST_F(NSAutoreleasePoolTest, KeepsObjectsUntilItEnds)
 TEST_F(NSAutoreleasePoolTest, LetsTheNewestGoFirst)
 {
     NSAutoreleasePool pool;
-    autorelease("first");
-    autorelease("second");
+    autoreleaseNamed("first");
+    autoreleaseNamed("second");
     pool.drain();
     EXPECT_EQ(ended, (std::vector<std::string>{"second", "first"}));
     pool.drain();
@@ -51,13 +52,13 @@ TEST_F(NSAutoreleasePoolTest, LetsTheNewestGoFirst)
 TEST_F(NSAutoreleasePoolTest, KeepsObjectsInTheInnermostPool)
 {
     NSAutoreleasePool outer;
-    autorelease("outer");
+    autoreleaseNamed("outer");
     {
         const NSAutoreleasePool inner;
-        autorelease("inner");
+        autoreleaseNamed("inner");
     }
     EXPECT_EQ(ended, (std::vector<std::string>{"inner"}));
-    autorelease("outer again");
+    autoreleaseNamed("outer again");
     outer.drain();
     EXPECT_EQ(ended, (std::vector<std::string>{"inner", "outer again", "outer"}));
 }
@@ -66,11 +67,11 @@ TEST_F(NSAutoreleasePoolTest, ClosesThePoolsInsideItToo)
 {
     std::optional<NSAutoreleasePool> outer(std::in_place);
     std::optional<NSAutoreleasePool> inner(std::in_place);
-    autorelease("inner");
+    autoreleaseNamed("inner");
     outer.reset();
     EXPECT_EQ(ended, (std::vector<std::string>{"inner"}));
     const NSAutoreleasePool unrelated;
-    autorelease("unrelated");
+    autoreleaseNamed("unrelated");
     inner.reset();
     EXPECT_EQ(ended.size(), 1U) << "a pool that was closed already closed another one in its place";
 }
@@ -80,7 +81,7 @@ TEST_F(NSAutoreleasePoolTest, IsReclaimedByTheEnclosingOneWhenLeftOpen)
     NSAutoreleasePool outer;
     {
         NSAutoreleasePool inner;
-        autorelease("inner");
+        autoreleaseNamed("inner");
         inner.leaveOpen();
     }
     EXPECT_TRUE(ended.empty());
@@ -92,13 +93,13 @@ TEST_F(NSAutoreleasePoolTest, LetsGoWhatAnObjectsEndPutsIntoIt)
 {
     {
         const NSAutoreleasePool pool;
-        NSAutoreleasePool::autorelease(std::make_shared<Object>(Object{[this] {
+        autorelease([this] {
             ended.push_back("first");
-            autorelease("second");
+            autoreleaseNamed("second");
             NSAutoreleasePool open;
-            autorelease("third");
+            autoreleaseNamed("third");
             open.leaveOpen();
-        }}));
+        });
     }
     EXPECT_EQ(ended, (std::vector<std::string>{"first", "third", "second"}));
 }
@@ -106,7 +107,7 @@ TEST_F(NSAutoreleasePoolTest, LetsGoWhatAnObjectsEndPutsIntoIt)
 TEST_F(NSAutoreleasePoolTest, KeepsObjectsToTheEndOfTheThreadWhenThereIsNoPool)
 {
     std::thread([this] {
-        autorelease("object");
+        autoreleaseNamed("object");
         EXPECT_TRUE(ended.empty());
     }).join();
     EXPECT_EQ(ended, (std::vector<std::string>{"object"}));
@@ -115,10 +116,10 @@ TEST_F(NSAutoreleasePoolTest, KeepsObjectsToTheEndOfTheThreadWhenThereIsNoPool)
 TEST_F(NSAutoreleasePoolTest, OfOneThreadIsNoneOfAnothers)
 {
     const NSAutoreleasePool pool;
-    autorelease("mine");
+    autoreleaseNamed("mine");
     std::thread([this] {
         NSAutoreleasePool other;
-        autorelease("other");
+        autoreleaseNamed("other");
         other.drain();
     }).join();
     EXPECT_EQ(ended, (std::vector<std::string>{"other"}));

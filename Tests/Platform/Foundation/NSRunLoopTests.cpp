@@ -133,19 +133,17 @@ TEST(NSRunLoop, PerformsBlocksInTheOrderOfTheCalls)
 TEST(NSRunLoop, IsWokenByABlockFromAnotherThread)
 {
     NSRunLoop& mine = loop();
-    double performedAt = 0;
     std::thread::id performedOn;
     std::thread other([&] {
         mine.performBlock([&] {
-            performedAt = now();
             performedOn = std::this_thread::get_id();
+            throw std::runtime_error("ends the run");
         });
     });
     const double start = now();
-    runLoopFor(0.5);
+    EXPECT_THROW(runLoopFor(60), std::runtime_error);
+    EXPECT_LT(now() - start, 30);
     other.join();
-    EXPECT_GT(performedAt, 0);
-    EXPECT_LT(performedAt - start, 0.4);
     EXPECT_EQ(performedOn, std::this_thread::get_id());
 }
 
@@ -205,7 +203,7 @@ TEST(NSRunLoop, EndsAtOnceWhenItsDatePassedDuringANestedRun)
     const double processorStart = processorTime();
     runLoopFor(0.01);
     EXPECT_GT(nestedEnd, 0);
-    EXPECT_LT(now() - nestedEnd, 0.05);
+    EXPECT_LT(now() - nestedEnd, 5);
     EXPECT_LT(processorTime() - processorStart, 0.05) << "the outer run's end kept the nested run busy";
 }
 
