@@ -63,8 +63,7 @@ enum NSStringCompareOptions : uint64_t {
 // An immutable text of UTF-16 units; unpaired surrogates are allowed. Copies share the text. A default-constructed
 // string is absent ("nil"): it has length 0, answers every question with absent, false or 0, and differs from the empty
 // string. Safe to use from any thread.
-class NSString
-{
+class NSString {
 public:
     NSString() = default;
     NSString(std::nullptr_t) { }

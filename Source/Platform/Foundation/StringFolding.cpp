@@ -1,0 +1,228 @@
+#include "Platform/Foundation/StringFolding.h"
+
+#include "Platform/Foundation/ICUText.h"
+
+#include <unicode/uchar.h>
+#include <unicode/unorm2.h>
+#include <unicode/ustring.h>
+#include <unicode/utf16.h>
+
+namespace {
+
+const UNormalizer2* canonicalDecomposition()
+{
+    UErrorCode status = U_ZERO_ERROR;
+    const UNormalizer2* const normalizer = unorm2_getNFDInstance(&status);
+    expectSuccess(status);
+    return normalizer;
+}
+
+const UNormalizer2* compatibilityMapping()
+{
+    UErrorCode status = U_ZERO_ERROR;
+    const UNormalizer2* const normalizer = unorm2_getNFKCInstance(&status);
+    expectSuccess(status);
+    return normalizer;
+}
+
+char16_t lowerCaseASCII(char16_t unit)
+{
+    return unit >= u'A' && unit <= u'Z' ? char16_t(unit + (u'a' - u'A')) : unit;
+}
+
+void append(std::u16string& text, UChar32 character)
+{
+    if (U_IS_BMP(character))
+        text.push_back(static_cast<char16_t>(character));
+    else
+        text.append({U16_LEAD(character), U16_TRAIL(character)});
+}
+
+std::u16string decomposed(std::u16string_view text)
+{
+    return textWrittenByICU(text.size() * 2 + 4, [&](char16_t* buffer, int32_t capacity, UErrorCode* status) {
+        return unorm2_normalize(canonicalDecomposition(), text.data(), lengthForICU(text.size()), buffer, capacity, status);
+    });
+}
+
+std::u16string caseFolded(std::u16string_view text)
+{
+    return textWrittenByICU(text.size() + 4, [&](char16_t* buffer, int32_t capacity, UErrorCode* status) {
+        return u_strFoldCase(buffer, capacity, text.data(), lengthForICU(text.size()), U_FOLD_CASE_DEFAULT, status);
+    });
+}
+
+// Full-width and half-width forms replaced by the ordinary ones.
+std::u16string withOrdinaryWidth(std::u16string_view text)
+{
+    std::u16string result;
+    result.reserve(text.size());
+    for (size_t index = 0; index < text.size();) {
+        UChar32 character = 0;
+        U16_NEXT(text.data(), index, text.size(), character);
+        const int32_t type = u_getIntPropertyValue(character, UCHAR_DECOMPOSITION_TYPE);
+        if (type != U_DT_WIDE && type != U_DT_NARROW) {
+            append(result, character);
+            continue;
+        }
+        char16_t buffer[8];
+        UErrorCode status = U_ZERO_ERROR;
+        const int32_t length = unorm2_getRawDecomposition(compatibilityMapping(), character, buffer, 8, &status);
+        expectSuccess(status);
+        result.append(buffer, static_cast<size_t>(length));
+    }
+    return result;
+}
+
+// Marks on nothing stay: they are then the character itself.
+std::u16string withoutMarks(std::u16string_view text)
+{
+    std::u16string result;
+    result.reserve(text.size());
+    for (size_t index = 0; index < text.size();) {
+        UChar32 character = 0;
+        U16_NEXT(text.data(), index, text.size(), character);
+        if (u_charType(character) != U_NON_SPACING_MARK)
+            append(result, character);
+    }
+    return result.empty() ? std::u16string(text) : result;
+}
+
+// Whether a piece of this one character is its own key whatever the options.
+bool isItsOwnKey(UChar32 character)
+{
+    if (u_hasBinaryProperty(character, UCHAR_CHANGES_WHEN_NFKC_CASEFOLDED))
+        return false;
+    char16_t buffer[8];
+    UErrorCode status = U_ZERO_ERROR;
+    return unorm2_getDecomposition(canonicalDecomposition(), character, buffer, 8, &status) < 0;
+}
+
+}
+
+FoldedPieces::FoldedPieces(std::u16string_view text, size_t position, uint64_t options)
+    : _text(text),
+      _options(options)
+      // A mark can be ignored only together with what it stands on.
+      ,
+      _isByCharacters((options & NSLiteralSearch) && !(options & NSDiacriticInsensitiveSearch)),
+      _sequences(text, _isByCharacters ? 0 : position),
+      _position(position)
+{
+    if (_isByCharacters && position < text.size())
+        U16_SET_CP_START(text.data(), size_t(0), _position);
+}
+
+bool FoldedPieces::next()
+{
+    return arriveAt(_isByCharacters ? nextCharacter() : _sequences.next());
+}
+
+bool FoldedPieces::previous()
+{
+    return arriveAt(_isByCharacters ? previousCharacter() : _sequences.previous());
+}
+
+bool FoldedPieces::isPassable(char16_t unit, char16_t wanted) const
+{
+    return unit < 0x80 && ((_options & NSCaseInsensitiveSearch) ? lowerCaseASCII(unit) : unit) != wanted;
+}
+
+void FoldedPieces::skipForwardTo(char16_t wanted, size_t limit)
+{
+    if (_isByCharacters) {
+        while (_position < limit && isPassable(_text[_position], wanted))
+            ++_position;
+        return;
+    }
+    const size_t start = _sequences.position();
+    size_t position = start;
+    // A character passes only when the next one is ASCII too, so that no mark stands on it.
+    while (position + 1 < limit && isPassable(_text[position], wanted) && _text[position + 1] < 0x80)
+        ++position;
+    if (position > start)
+        _sequences = ComposedCharacterSequences(_text, position);
+}
+
+void FoldedPieces::skipBackwardTo(char16_t wanted, size_t limit)
+{
+    if (_isByCharacters) {
+        while (_position > limit && isPassable(_text[_position - 1], wanted))
+            --_position;
+        return;
+    }
+    const size_t start = _sequences.position();
+    size_t position = start;
+    while (position > limit + 1 && isPassable(_text[position - 1], wanted) && _text[position - 2] < 0x80)
+        --position;
+    if (position < start)
+        _sequences = ComposedCharacterSequences(_text, position);
+}
+
+bool FoldedPieces::arriveAt(std::optional<NSRange> range)
+{
+    if (!range)
+        return false;
+    _range = *range;
+    fold(_text.substr(range->location, range->length));
+    return true;
+}
+
+std::optional<NSRange> FoldedPieces::nextCharacter()
+{
+    if (_position >= _text.size())
+        return {};
+    const size_t start = _position;
+    U16_FWD_1(_text.data(), _position, _text.size());
+    return NSRange{start, _position - start};
+}
+
+std::optional<NSRange> FoldedPieces::previousCharacter()
+{
+    if (_position == 0)
+        return {};
+    const size_t end = _position;
+    U16_BACK_1(_text.data(), size_t(0), _position);
+    return NSRange{_position, end - _position};
+}
+
+void FoldedPieces::fold(std::u16string_view piece)
+{
+    const bool isLiteral = _options & NSLiteralSearch;
+    if (piece.size() == 1 && piece[0] < 0x80) {
+        _unit = (_options & NSCaseInsensitiveSearch) ? lowerCaseASCII(piece[0]) : piece[0];
+        _key = std::u16string_view(&_unit, 1);
+        return;
+    }
+    constexpr uint64_t foldings = NSCaseInsensitiveSearch | NSDiacriticInsensitiveSearch | NSWidthInsensitiveSearch;
+    UChar32 character = 0;
+    size_t index = 0;
+    U16_NEXT(piece.data(), index, piece.size(), character);
+    if ((index == piece.size() && isItsOwnKey(character)) || (isLiteral && !(_options & foldings))) {
+        _key = piece;
+        return;
+    }
+    // 1. Decompose.
+    _folded = isLiteral && !(_options & NSDiacriticInsensitiveSearch) ? std::u16string(piece) : decomposed(piece);
+    // 2. Ordinary width, then case: a full-width capital has both. Either may give something that decomposes.
+    if (_options & NSWidthInsensitiveSearch)
+        _folded = withOrdinaryWidth(_folded);
+    if (_options & NSCaseInsensitiveSearch)
+        _folded = caseFolded(_folded);
+    if (!isLiteral && (_options & foldings))
+        _folded = decomposed(_folded);
+    // 3. Marks go last, when all that carry some are apart from them.
+    if (_options & NSDiacriticInsensitiveSearch)
+        _folded = withoutMarks(_folded);
+    _key = _folded;
+}
+
+std::u16string foldedText(std::u16string_view text, uint64_t options)
+{
+    std::u16string folded;
+    folded.reserve(text.size());
+    FoldedPieces pieces(text, 0, options);
+    while (pieces.next())
+        folded.append(pieces.key());
+    return folded;
+}
