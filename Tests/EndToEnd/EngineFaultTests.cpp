@@ -1,0 +1,262 @@
+#include "EndToEnd/CaptureTest.h"
+
+#include <csignal>
+#include <fstream>
+#include <sys/stat.h>
+
+using namespace std::chrono_literals;
+using namespace support;
+
+namespace {
+
+constexpr const char* toolDomain = "com.brackenlow.tarnwick.webtool";
+// The longest time between a fault of the engine and the end of the tool, in seconds.
+constexpr double patience = 5;
+
+std::string commandLineOf(pid_t process)
+{
+    std::ifstream stream("/proc/" + std::to_string(process) + "/cmdline", std::ios::binary);
+    return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
+}
+
+// The descendants whose command line holds `part`.
+std::vector<pid_t> descendantsWith(pid_t process, const std::string& part)
+{
+    std::vector<pid_t> found = descendantsOf(process);
+    std::erase_if(found, [&](pid_t candidate) { return commandLineOf(candidate).find(part) == std::string::npos; });
+    return found;
+}
+
+// The engine's own first process: the headless shell that is no helper of another one.
+std::vector<pid_t> engineProcesses(pid_t tool)
+{
+    std::vector<pid_t> found = descendantsWith(tool, "headless");
+    std::erase_if(found, [](pid_t candidate) {
+        const std::string line = commandLineOf(candidate);
+        return line.find("--type=") != std::string::npos || line.find("--remote-debugging-pipe") == std::string::npos;
+    });
+    return found;
+}
+
+class EngineFault : public CaptureTest {
+protected:
+    EngineFault() { server.on("/page.html", html("<!DOCTYPE html><title>t</title><p>text")); }
+
+    // An error of the tool's own, which says in words what is wrong.
+    void expectEngineError(const Captured& captured)
+    {
+        EXPECT_EQ(captured.record.keys, (std::vector<std::string>{"succeeded", "errorData", "errorString", "url"}));
+        EXPECT_EQ(captured.record.url, url("/page.html"));
+        EXPECT_FALSE(captured.record.errorString.value_or("").empty());
+        const ArchivedError error = readArchivedError(captured.record.errorData.value_or(""));
+        EXPECT_EQ(error.domain, toolDomain);
+        EXPECT_NE(error.code, 1);
+        EXPECT_NE(error.value("NSLocalizedRecoverySuggestion").value_or("").find("chromium-headless-shell"), std::string::npos)
+            << error.value("NSLocalizedRecoverySuggestion").value_or("(no suggestion)");
+    }
+
+    // A capture that hangs in the middle of its load, with the page shown and one picture missing.
+    std::unique_ptr<Subprocess> startHangingLoad()
+    {
+        server.on("/half.html", html("<!DOCTYPE html><title>half</title><p>text<img src=never.png>"));
+        server.hold("/never.png");
+        auto process = start(url("/half.html"));
+        EXPECT_TRUE(server.waitForRequests("/never.png"));
+        return process;
+    }
+
+    // The tool ends soon after the fault, with an error about the engine.
+    void expectEndOf(Subprocess& process)
+    {
+        const auto fault = std::chrono::steady_clock::now();
+        const Captured captured = finish(process);
+        EXPECT_LT(std::chrono::duration<double>(std::chrono::steady_clock::now() - fault).count(), patience + 3);
+        EXPECT_EQ(captured.record.keys, (std::vector<std::string>{"succeeded", "errorData", "errorString", "url"}));
+        EXPECT_EQ(captured.record.url, url("/half.html"));
+        const ArchivedError error = readArchivedError(captured.record.errorData.value_or(""));
+        EXPECT_EQ(error.domain, "NSURLErrorDomain");
+        EXPECT_EQ(error.code, -1);
+        EXPECT_FALSE(error.value("NSLocalizedFailureReason").value_or("").empty());
+        EXPECT_EQ(namesIn(outputFolder()), std::vector<std::string>());
+    }
+};
+
+TEST_F(EngineFault, IsNamedWhenTheConfiguredEngineIsMissing)
+{
+    settings["WebToolEnginePath"] = folder.pathOf("no such engine");
+    const Captured captured = capture(url("/page.html"));
+    expectEngineError(captured);
+    EXPECT_LT(captured.seconds(), patience);
+}
+
+TEST_F(EngineFault, IsNamedWhenNoEngineIsOnThePath)
+{
+    environment["PATH"] = folder.makeFolder("nothing on the path");
+    const Captured captured = capture(url("/page.html"));
+    expectEngineError(captured);
+    EXPECT_LT(captured.seconds(), patience);
+}
+
+TEST_F(EngineFault, IsNamedWhenTheEngineMayNotBeExecuted)
+{
+    settings["WebToolEnginePath"] = folder.write("a text", "no program");
+    expectEngineError(capture(url("/page.html")));
+    settings["WebToolEnginePath"] = folder.makeFolder("a folder");
+    expectEngineError(capture(url("/page.html")));
+    settings["WebToolEnginePath"] = folder.writeProgram("not a program",
+        "\x7f"
+        "ELF but broken");
+    expectEngineError(capture(url("/page.html")));
+}
+
+TEST_F(EngineFault, IsNamedWhenTheEngineEndsAtOnce)
+{
+    for (const char* text : {"exit 0\n", "exit 1\n", "kill -9 $$\n", "echo broken >&2; exit 127\n", "exec 3<&- 4>&-; exit 0\n"}) {
+        SCOPED_TRACE(text);
+        writeEngine(text);
+        const Captured captured = capture(url("/page.html"));
+        expectEngineError(captured);
+        EXPECT_LT(captured.seconds(), patience);
+    }
+}
+
+TEST_F(EngineFault, IsNamedWhenTheEngineNeverAnswers)
+{
+    // One that sleeps, one that closed its pipes and sleeps, one that reads everything and says nothing.
+    for (const char* text : {"exec sleep 1000\n", "exec 3<&- 4>&-; exec sleep 1000\n", "exec cat <&3 >/dev/null 4>&-\n",
+             "trap '' TERM INT HUP\nwhile :; do sleep 1000; done\n"}) {
+        SCOPED_TRACE(text);
+        writeEngine(text);
+        const Captured captured = capture(url("/page.html"));
+        expectEngineError(captured);
+        EXPECT_LT(captured.seconds(), patience + 1);
+    }
+}
+
+TEST_F(EngineFault, IsNamedWhenTheEngineTalksNonsense)
+{
+    for (const char* text : {"printf 'garbage\\0' >&4; exec sleep 1000\n", "printf '{\"id\":1\\0' >&4; exec sleep 1000\n",
+             "printf '[]\\0{}\\0null\\0{\"id\":999,\"result\":{}}\\0' >&4; exec sleep 1000\n", "exec cat <&3 >&4\n",
+             "head -c 1000000 /dev/zero >&4; exec sleep 1000\n"}) {
+        SCOPED_TRACE(text);
+        writeEngine(text);
+        const Captured captured = capture(url("/page.html"));
+        expectEngineError(captured);
+        EXPECT_LT(captured.seconds(), patience + 1);
+    }
+}
+
+TEST_F(EngineFault, EndsTheCaptureWhenTheEngineIsKilledWhileItLoads)
+{
+    const auto process = startHangingLoad();
+    const std::vector<pid_t> engines = engineProcesses(process->processIdentifier());
+    ASSERT_FALSE(engines.empty());
+    for (const pid_t engine : engines)
+        kill(engine, SIGKILL);
+    expectEndOf(*process);
+}
+
+TEST_F(EngineFault, EndsTheCaptureWhenThePagesProcessIsKilledWhileItLoads)
+{
+    const auto process = startHangingLoad();
+    const std::vector<pid_t> renderers = descendantsWith(process->processIdentifier(), "--type=renderer");
+    ASSERT_FALSE(renderers.empty());
+    for (const pid_t renderer : renderers)
+        kill(renderer, SIGKILL);
+    expectEndOf(*process);
+}
+
+TEST_F(EngineFault, EndsTheCaptureWhenTheEngineHangsWhileItLoads)
+{
+    const auto process = startHangingLoad();
+    const std::vector<pid_t> engines = engineProcesses(process->processIdentifier());
+    ASSERT_FALSE(engines.empty());
+    for (const pid_t engine : engines)
+        kill(engine, SIGSTOP);
+    expectEndOf(*process);
+}
+
+TEST_F(EngineFault, IsNoneWhenTheEngineIsWrappedAndTalkative)
+{
+    // A full pipe would stop an engine whose output nobody reads.
+    const std::string mark = folder.pathOf("mark");
+    writeEngine(
+        "touch '" + mark + "'\nhead -c 3000000 /dev/zero\nhead -c 3000000 /dev/zero >&2\nexec chromium-headless-shell \"$@\"\n");
+    expectArchive(capture(url("/page.html")));
+    EXPECT_TRUE(std::filesystem::exists(mark));
+}
+
+TEST_F(EngineFault, IsNoneWhenTheEngineIsOneOfTheOtherCommands)
+{
+    // Only the last name that is looked for is there.
+    const std::string bin = folder.makeFolder("bin");
+    (void)folder.writeProgram("bin/chromium-browser", "#!/bin/sh\nPATH=/usr/bin:/bin exec chromium-headless-shell \"$@\"\n");
+    environment["PATH"] = bin;
+    expectArchive(capture(url("/page.html")));
+}
+
+// What the engine may and may not do while it runs.
+class EngineProcess : public EngineFault { };
+
+TEST_F(EngineProcess, OpensNoPort)
+{
+    const auto process = startHangingLoad();
+    // Listening sockets, by inode: "sl local_address rem_address st ... inode", state 0A.
+    std::set<std::string> listening;
+    for (const char* table : {"/proc/net/tcp", "/proc/net/tcp6"}) {
+        std::ifstream stream(table);
+        std::string line;
+        std::getline(stream, line);
+        while (std::getline(stream, line)) {
+            std::istringstream fields(line);
+            std::vector<std::string> columns{std::istream_iterator<std::string>(fields), {}};
+            if (columns.size() > 9 && columns[3] == "0A")
+                listening.insert("socket:[" + columns[9] + "]");
+        }
+    }
+    // The server's own are among them, so the table is read as it should be.
+    EXPECT_FALSE(listening.empty());
+    std::vector<pid_t> processes = descendantsOf(process->processIdentifier());
+    EXPECT_GE(processes.size(), 2U);
+    processes.push_back(process->processIdentifier());
+    for (const pid_t candidate : processes) {
+        std::error_code failure;
+        for (const auto& entry : std::filesystem::directory_iterator("/proc/" + std::to_string(candidate) + "/fd", failure)) {
+            const std::string target = std::filesystem::read_symlink(entry.path(), failure);
+            EXPECT_FALSE(listening.contains(target)) << commandLineOf(candidate);
+        }
+    }
+    server.release("/never.png");
+    expectArchive(finish(*process));
+}
+
+TEST_F(EngineProcess, KeepsItsFilesInAPrivateFolder)
+{
+    const auto process = startHangingLoad();
+    const std::vector<std::string> names = namesIn(temporaryFolder());
+    ASSERT_FALSE(names.empty());
+    for (const std::string& name : names) {
+        struct stat status { };
+        ASSERT_EQ(lstat((temporaryFolder() + "/" + name).c_str(), &status), 0);
+        EXPECT_EQ(status.st_mode & 077, 0U) << name;
+    }
+    server.release("/never.png");
+    expectArchive(finish(*process));
+}
+
+TEST_F(EngineProcess, KeepsItsSandboxUnlessTheToolRunsAsRoot)
+{
+    settings["LogWebTool"] = true;
+    const auto process = startHangingLoad();
+    const std::vector<pid_t> engines = engineProcesses(process->processIdentifier());
+    ASSERT_EQ(engines.size(), 1U);
+    const bool withoutSandbox = commandLineOf(engines[0]).find("--no-sandbox") != std::string::npos;
+    server.release("/never.png");
+    const Captured captured = finish(*process);
+    expectArchive(captured);
+    // An ordinary user's may have to go without it too, where the system offers none; it is said once either way.
+    EXPECT_TRUE(withoutSandbox || geteuid() != 0);
+    EXPECT_EQ(captured.logCount("sandbox"), withoutSandbox ? 1U : 0U) << captured.process.error;
+}
+
+}
