@@ -1,1 +1,35 @@
-#include "Platform/Foundation/NSString.h"
+#include "Platform/Web/WebView.h"
+
+#include "Platform/Web/WebPage.h"
+
+WebView::WebView(NSRect frame, NSString frameName, NSString groupName, std::unique_ptr<PageEngine> engine)
+    : _frame(frame),
+      _groupName(groupName ? std::move(groupName) : NSString(u"")),
+      _page(WebPage::create(*this, frameName, std::move(engine)))
+{
+}
+
+WebView::~WebView()
+{
+    _page->close();
+}
+
+std::shared_ptr<WebFrame> WebView::mainFrame() const
+{
+    return _page->frames().mainFrame().frame;
+}
+
+double WebView::estimatedProgress() const
+{
+    return _page->progress().value();
+}
+
+bool WebView::isLoading() const
+{
+    return _page->progress().isLoading();
+}
+
+void WebView::stopLoading()
+{
+    _page->stop();
+}

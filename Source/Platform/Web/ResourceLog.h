@@ -1,0 +1,78 @@
+#pragma once
+
+#include "Platform/Engine/PageEngine.h"
+#include "Platform/Foundation/NSData.h"
+#include "Platform/Foundation/NSString.h"
+#include "Platform/Foundation/NSURLRequest.h"
+#include "Platform/Foundation/NSURLResponse.h"
+#include "Platform/Foundation/Value.h"
+
+#include <string>
+#include <unordered_map>
+#include <unordered_set>
+#include <vector>
+
+// Which document loaded what. Everything takes constant time for each load, and what a page loads again and again is kept once.
+class ResourceLog {
+public:
+    enum class State { Underway, Finished, Failed };
+    struct Load {
+        ResourceID name;
+        FrameID frame;
+        DocumentID document;
+        NSString address;       // what was asked for first, without a fragment; absent when the request had none
+        NSURLRequest request;   // where redirects have led
+        NSURLResponse response;
+        Value identifier;   // the resource-load delegate's
+        State state = State::Underway;
+        NSData body;
+        bool hasBody = false;   // `body` is what the engine said, which may be absent
+    };
+    // The texts of a few addresses that are not to be listed.
+    using Addresses = std::vector<NSString>;
+
+    // The address's text without its fragment; absent for an absent address.
+    [[nodiscard]] static NSString addressOf(const NSURL& url);
+
+    // Files a new load. Pointers to it stay valid until it is dropped, by any of the operations below.
+    Load& add(const ResourceID& name, const FrameID& frame, const DocumentID& document, const NSURLRequest& request);
+    [[nodiscard]] Load* find(const ResourceID& name);
+    // Ends a load. A load that failed, or whose answer is less than one that the document has from the same address, is dropped;
+    // a newer answer takes the place of an equal one.
+    void finish(const ResourceID& name);
+    void fail(const ResourceID& name);
+
+    // The load of the document itself, whose navigation asked for `address` at first. Null when there was none.
+    [[nodiscard]] Load* ownLoad(const DocumentID& document, const NSString& address);
+    // The finished loads of a document, one for each address, in the order of first use; without `data:` and `blob:` addresses,
+    // and without `unlisted`. Valid as add says.
+    [[nodiscard]] std::vector<Load*> finishedLoads(const DocumentID& document, const Addresses& unlisted);
+    // The load, by whatever document, that answered an address last. Null when there is none.
+    [[nodiscard]] Load* latestAnswer(const NSString& address);
+
+    // Drops a document's loads. Answers stay for latestAnswer.
+    void forget(const DocumentID& document);
+    // Drops everything but that document's loads.
+    void forgetAllBut(const DocumentID& document);
+
+private:
+    struct Use {
+        NSString address;
+        ResourceID answer;   // empty until one has finished
+    };
+    struct Document {
+        ResourceID first;
+        std::vector<Use> uses;
+        std::unordered_map<std::u16string_view, size_t> useByAddress;   // keys live in `uses`
+        std::unordered_set<ResourceID> loads;
+    };
+    void drop(const ResourceID& name);
+    // Whether a document lists it.
+    [[nodiscard]] bool isInUse(const ResourceID& name) const;
+    // Whether latestAnswer gives it.
+    [[nodiscard]] bool isAnswer(const Load& load) const;
+
+    std::unordered_map<ResourceID, Load> _loads;
+    std::unordered_map<DocumentID, Document> _documents;
+    std::unordered_map<std::u16string, ResourceID> _answers;   // address -> load
+};

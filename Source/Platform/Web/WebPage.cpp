@@ -1,0 +1,113 @@
+#include "Platform/Web/WebPage.h"
+
+#include "Platform/Foundation/FormatArgument.h"
+#include "Platform/Foundation/NSException.h"
+#include "Platform/Web/WebView.h"
+
+namespace {
+
+// How long an answer of the engine is waited for. One that did not come makes the next ones wait less: whoever asks has other
+// ways to go on, and is not to stand still at each of them.
+constexpr std::chrono::milliseconds usualPatience{10'000};
+constexpr std::chrono::milliseconds lostPatience{1'000};
+
+}
+
+WebPage::WebPage(WebView& view, std::unique_ptr<PageEngine> engine)
+    : _view(&view), _engine(std::move(engine)), _news(*this), _patience(usualPatience)
+{
+}
+
+std::shared_ptr<WebPage> WebPage::create(WebView& view, const NSString& mainFrameName, std::unique_ptr<PageEngine> engine)
+{
+    if (!engine)
+        throw NSException(NSInvalidArgumentException, u"A view needs a page engine.");
+    std::shared_ptr<WebPage> page(new WebPage(view, std::move(engine)));
+    page->_frames = std::make_unique<FrameTree>(page->_engine->mainFrame(), mainFrameName, page);
+    page->_engine->setClient(&page->_news);
+    return page;
+}
+
+void WebPage::close()
+{
+    _view = nullptr;
+    if (!_engine)
+        return;
+    _engine->setClient(nullptr);
+    _engine.reset();
+    (void)_frames->detachChildren(_frames->mainFrame().frame->frameID());
+}
+
+void WebPage::load(const NSURLRequest& request)
+{
+    if (!_engine)
+        return;
+    PageEngine::Settings settings;
+    settings.javaScriptEnabled = _view->preferences().isJavaScriptEnabled();
+    settings.plugInsEnabled = _view->preferences().arePlugInsEnabled();
+    _requestedLoad = request;
+    _engineFailure = {};
+    _patience = usualPatience;
+    _progress.loadRequested();
+    _engine->load(request, settings);
+}
+
+void WebPage::stop()
+{
+    if (_engine)
+        _engine->stop();
+}
+
+void WebPage::requireEngine() const
+{
+    if (!_engine)
+        throw NSException(NSGenericException, u"The page's view is gone.");
+    if (_engineFailure)
+        throw NSException(NSGenericException,
+            NSString::stringWithFormat(u"The page engine is gone: %@", _engineFailure.localizedDescription()),
+            {{NSUnderlyingErrorKey, _engineFailure}});
+}
+
+template <typename Question>
+auto WebPage::ask(Question question)
+{
+    requireEngine();
+    try {
+        return question(*_engine, std::chrono::steady_clock::now() + _patience);
+    } catch (...) {
+        _patience = lostPatience;
+        throw;
+    }
+}
+
+std::vector<DocumentSnapshot> WebPage::documents()
+{
+    std::vector<DocumentSnapshot> documents = ask([](PageEngine& engine, auto deadline) { return engine.documents(deadline); });
+    for (const DocumentSnapshot& each : documents) {
+        const FrameTree::Entry* entry = _frames->find(each.frame);
+        if (entry && entry->committed && entry->committed->document == each.document && each.textEncodingName)
+            entry->committed->encoding = each.textEncodingName;
+    }
+    return documents;
+}
+
+NSString WebPage::frameElement(const FrameID& frame)
+{
+    return ask([&](PageEngine& engine, auto deadline) { return engine.frameElement(frame, deadline); });
+}
+
+NSData WebPage::body(ResourceLog::Load& load)
+{
+    const auto ownBody = [this](ResourceLog::Load& of) {
+        if (!of.hasBody) {
+            of.body = ask([&](PageEngine& engine, auto deadline) { return engine.body(of.name, deadline); });
+            of.hasBody = true;
+        }
+        return of.body;
+    };
+    NSData body = ownBody(load);
+    if (body || !load.address)
+        return body;
+    ResourceLog::Load* other = _resources.latestAnswer(load.address);
+    return other && other != &load ? ownBody(*other) : body;
+}
