@@ -420,11 +420,12 @@ void NewsTranslator::resourceRequested(const ResourceID& resource, const FrameID
         const Load load = entry ? (entry->committed ? entry->committed : entry->provisional) : nullptr;
         owner = load ? load->document : DocumentID();
     }
-    const auto identifier = std::make_shared<Value>(_page.resources().add(resource, frame, owner, request).identifier);
+    const ResourceLog::Load& filed = _page.resources().add(resource, frame, owner, request);
+    const auto identifier = std::make_shared<Value>(filed.identifier);
     _page.progress().resourceRequested(resource);
 
     Deliveries deliveries;
-    const WebDataSource dataSource = dataSourceOf(frame, owner);
+    const WebDataSource dataSource = dataSourceOf(filed.frame, filed.document);
     if (isNew) {
         tellResources(deliveries, [this, identifier, resource, request, dataSource](auto& delegate, WebView& view) {
             *identifier = delegate.webViewIdentifierForInitialRequest(view, request, dataSource);
