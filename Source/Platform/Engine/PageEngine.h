@@ -45,9 +45,8 @@ using PolicyDecision = std::function<void(PolicyAnswer)>;
 struct DocumentSnapshot {
     FrameID frame;
     DocumentID document;
-    NSString encodingName;   // in which the engine read the document: "windows-1252", "UTF-8" …
-    NSString markup;         // serialised, with its doctype; absent when the frame shows no markup (an image, a PDF)
-    NSString MIMEType;       // of the document as the engine parsed it: "text/html", "application/xhtml+xml", "text/xml" …
+    NSString markup;     // serialised, with its doctype; absent when the frame shows no markup (an image, a PDF)
+    NSString MIMEType;   // of the document as the engine parsed it: "text/html", "application/xhtml+xml", "text/xml" …
     NSURL url;
     NSString textEncodingName;   // in which the engine read the document: "windows-1252"; absent when it does not tell
 };
@@ -125,8 +124,5 @@ public:
     [[nodiscard]] virtual NSData body(const ResourceID& resource, std::chrono::steady_clock::time_point deadline) = 0;
     // The local name of the element that holds the frame: "iframe", "frame", "object", "embed". Absent for the main frame, and when the
     // engine does not tell. Waits as documents does.
-    [[nodiscard]] virtual NSString frameElement(const FrameID& /*frame*/, std::chrono::steady_clock::time_point /*deadline*/)
-    {
-        return {};
-    }
+    [[nodiscard]] virtual NSString frameElement(const FrameID& frame, std::chrono::steady_clock::time_point deadline) = 0;
 };

@@ -27,6 +27,14 @@ NSURL NSURL::URLWithString(const NSString& text)
     return url;
 }
 
+NSURL NSURL::URLWithUncheckedString(const NSString& text)
+{
+    NSURL url;
+    if (text)
+        url._contents = std::make_shared<const Contents>(text);
+    return url;
+}
+
 NSURL NSURL::fileURLWithPath(const NSString& path, std::optional<bool> isDirectory)
 {
     const std::optional<std::string> bytes = path.strictUTF8();

@@ -12,6 +12,9 @@ public:
     // Absent when `text` is absent or holds a character that may not stand in an address (RFC 3986, with any other character outside
     // percent escapes refused). Anything else gives an address, also a relative or an empty one.
     [[nodiscard]] static NSURL URLWithString(const NSString& text);
+    // The address of any text, also one with characters that may not stand in an address: browsers use such addresses. Absent only for
+    // an absent text.
+    [[nodiscard]] static NSURL URLWithUncheckedString(const NSString& text);
     // The file address of a path made absolute against the current folder, with every character that needs it percent-escaped.
     // Without `isDirectory` the disk is asked whether the path names a folder, which ends the address in "/".
     [[nodiscard]] static NSURL fileURLWithPath(const NSString& path, std::optional<bool> isDirectory = {});

@@ -1,0 +1,242 @@
+#include "Platform/Engine/DevTools/Connection.h"
+
+#include "Platform/Foundation/NSRunLoop.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <map>
+#include <poll.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr size_t readSize = 1 << 20;
+// No message of a page that a person could look at comes near this; beyond it the engine is taken for mad rather than memory filled.
+constexpr size_t largestMessage = size_t(1) << 30;
+
+}
+
+Connection::Connection(int commandDescriptor, int messageDescriptor)
+    : _commandDescriptor(commandDescriptor),
+      _messageDescriptor(messageDescriptor),
+      _readable(messageDescriptor, FileReadiness::Readable,
+          [this] {
+              const std::shared_ptr<bool> alive = _alive;
+              readAvailable();
+              if (*alive)
+                  deliverPending();
+          }),
+      _writable(commandDescriptor, FileReadiness::Writable, [this] { flushCommands(); })
+{
+    _writable.pause();
+}
+
+Connection::~Connection()
+{
+    *_alive = false;
+}
+
+void Connection::send(const std::string& session, std::string_view method, std::string_view parameters, ReplyHandler onReply)
+{
+    const int64_t commandID = ++_lastCommandID;
+    if (!_isOpen) {
+        if (onReply) {
+            NSRunLoop::currentRunLoop().performBlock([onReply = std::move(onReply)] {
+                onReply({{}, "The connection to the engine is closed."});
+            });
+        }
+        return;
+    }
+    if (onReply)
+        _pending.emplace(commandID, std::move(onReply));
+
+    _outgoing += "{\"id\":";
+    _outgoing += std::to_string(commandID);
+    _outgoing += ",\"method\":\"";
+    _outgoing += method;
+    if (!session.empty()) {
+        _outgoing += "\",\"sessionId\":\"";
+        _outgoing += session;
+    }
+    _outgoing += "\",\"params\":";
+    _outgoing += parameters;
+    _outgoing += '}';
+    _outgoing += '\0';
+    flushCommands();
+}
+
+void Connection::flushCommands()
+{
+    size_t written = 0;
+    while (written < _outgoing.size()) {
+        const ssize_t count = write(_commandDescriptor, _outgoing.data() + written, _outgoing.size() - written);
+        if (count > 0) {
+            written += static_cast<size_t>(count);
+        } else if (count < 0 && errno == EINTR) {
+            continue;
+        } else {
+            // A broken pipe is noticed, with everything the engine said before it, on the reading side.
+            if (errno != EAGAIN)
+                written = _outgoing.size();
+            break;
+        }
+    }
+    _outgoing.erase(0, written);
+    if (_outgoing.empty())
+        _writable.pause();
+    else
+        _writable.resume();
+}
+
+void Connection::readAvailable()
+{
+    while (_isOpen) {
+        const size_t had = _incoming.size();
+        // Growing by doubling keeps a message of 100 MB from being copied for every piece of it.
+        if (_incoming.capacity() < had + readSize)
+            _incoming.reserve(std::max(had + readSize + 64, 2 * had));
+        _incoming.resize(had + readSize);
+        const ssize_t count = read(_messageDescriptor, _incoming.data() + had, readSize);
+        _incoming.resize(had + (count > 0 ? static_cast<size_t>(count) : 0));
+        if (count > 0) {
+            _lastHeard = std::chrono::steady_clock::now();
+            splitMessages(had);
+            if (_incoming.size() > largestMessage)
+                close(u"The engine sent a message that is too long.");
+            // One helping at a time: delivering what came keeps the memory for waiting messages small.
+            return;
+        }
+        if (count < 0 && errno == EINTR)
+            continue;
+        if (count < 0 && errno == EAGAIN)
+            return;
+        close(u"The engine closed its connection.");
+    }
+}
+
+void Connection::splitMessages(size_t searchFrom)
+{
+    size_t start = 0;
+    for (;;) {
+        const void* end = std::memchr(_incoming.data() + searchFrom, '\0', _incoming.size() - searchFrom);
+        if (!end)
+            break;
+        const size_t length = static_cast<size_t>(static_cast<const char*>(end) - _incoming.data()) - start;
+        const std::string_view text = std::string_view(_incoming).substr(start, length);
+        const std::string_view method = methodOfUnparsedMessage(text);
+        if (method.empty() || !_isIgnored || !_isIgnored(method)) {
+            if (start == 0 && length + 1 == _incoming.size() && length > readSize) {
+                _incoming.pop_back();
+                _unparsed.push_back(std::move(_incoming));
+                _incoming = std::string();
+                return;
+            }
+            _unparsed.emplace_back(text);
+        }
+        start += length + 1;
+        searchFrom = start;
+    }
+    _incoming.erase(0, start);
+}
+
+void Connection::deliverPending()
+{
+    const std::shared_ptr<bool> alive = _alive;
+    // A handler may run the loop or wait: each message leaves its queue before it is delivered, so that nothing is told twice.
+    for (;;) {
+        if (!_events.empty()) {
+            const Message event = std::move(_events.front());
+            _events.pop_front();
+            if (_eventHandler)
+                _eventHandler(event);
+        } else if (!_unparsed.empty()) {
+            std::string text = std::move(_unparsed.front());
+            _unparsed.pop_front();
+            const std::optional<Message> message = Message::parse(std::move(text));
+            if (!message)
+                continue;
+            if (!message->isEvent())
+                deliverReply(*message);
+            else if (_eventHandler)
+                _eventHandler(*message);
+        } else {
+            break;
+        }
+        if (!*alive)
+            return;
+    }
+    if (!_isOpen)
+        abandonCommands();
+    if (*alive && !_isOpen && _closedHandler) {
+        const auto handler = std::move(_closedHandler);
+        _closedHandler = nullptr;
+        handler(_closeReason);
+    }
+}
+
+void Connection::deliverReply(const Message& message)
+{
+    auto entry = _pending.extract(message.commandID());
+    if (!entry.empty())
+        entry.mapped()({message.content(), message.refusal()});
+}
+
+bool Connection::waitForReplies(const std::function<bool()>& isDone, std::chrono::steady_clock::time_point deadline)
+{
+    for (;;) {
+        // Events stay behind in their order; replies that came after them may pass, since their askers wait for nothing else.
+        while (!_unparsed.empty()) {
+            std::string text = std::move(_unparsed.front());
+            _unparsed.pop_front();
+            std::optional<Message> message = Message::parse(std::move(text));
+            if (message && message->isEvent())
+                _events.push_back(std::move(*message));
+            else if (message)
+                deliverReply(*message);
+        }
+        const bool done = isDone();
+        const auto now = std::chrono::steady_clock::now();
+        if (!_isOpen)
+            abandonCommands();
+        if (done || !_isOpen || now >= deadline) {
+            if (!_events.empty() || !_isOpen) {
+                NSRunLoop::currentRunLoop().performBlock([this, alive = _alive] {
+                    if (*alive)
+                        deliverPending();
+                });
+            }
+            return isDone();
+        }
+        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - now).count() + 1;
+        pollfd descriptors[] = {{_messageDescriptor, POLLIN, 0}, {_commandDescriptor, POLLOUT, 0}};
+        const nfds_t count = _outgoing.empty() ? 1 : 2;
+        if (poll(descriptors, count, static_cast<int>(std::min<int64_t>(left, 1000))) > 0) {
+            if (descriptors[0].revents)
+                readAvailable();
+            if (count == 2 && descriptors[1].revents)
+                flushCommands();
+        }
+    }
+}
+
+void Connection::close(NSString reason)
+{
+    _isOpen = false;
+    _closeReason = std::move(reason);
+    _readable.pause();
+    _writable.pause();
+}
+
+// Answers, in their order, the commands that no reply will come for.
+void Connection::abandonCommands()
+{
+    std::map<int64_t, ReplyHandler> abandoned(std::make_move_iterator(_pending.begin()), std::make_move_iterator(_pending.end()));
+    _pending.clear();
+    const std::shared_ptr<bool> alive = _alive;
+    for (auto& [commandID, handler] : abandoned) {
+        if (!*alive)
+            return;
+        handler({{}, _closeReason.UTF8()});
+    }
+}

@@ -1,0 +1,80 @@
+#pragma once
+
+#include "Platform/Engine/DevTools/Message.h"
+#include "Platform/Foundation/NSTimer.h"
+#include "Platform/Foundation/RunLoopFileSource.h"
+
+#include <chrono>
+#include <deque>
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+
+// Commands to the engine and messages from it, over its pipe; messages end with a NUL byte.
+//
+// Events and replies are delivered in the order in which they came, only inside runs of the run loop, on the thread that made the connection.
+// A handler may send commands, run the loop, or wait for replies. When the pipe ends, every pending command is answered with a refusal and
+// then the closed handler is called.
+class Connection {
+public:
+    // Why a command was not carried out, or its result.
+    struct Reply {
+        JSONView result;                      // valid during the handler's call
+        std::optional<std::string> refusal;   // the engine's words, or what happened to the connection
+    };
+    using ReplyHandler = std::function<void(const Reply&)>;
+    using EventHandler = std::function<void(const Message&)>;
+
+    // Both descriptors are non-blocking and borrowed; they must stay open while the connection lives.
+    Connection(int commandDescriptor, int messageDescriptor);
+    Connection(const Connection&) = delete;
+    Connection& operator=(const Connection&) = delete;
+    ~Connection();
+
+    void setEventHandler(EventHandler handler) { _eventHandler = std::move(handler); }
+    // Called once when the engine has closed its end, or when it sends what cannot be a message. The text says which.
+    void setClosedHandler(std::function<void(NSString reason)> handler) { _closedHandler = std::move(handler); }
+    // Events for whose method this is true are thrown away unparsed.
+    void setIgnoredEvents(std::function<bool(std::string_view method)> ignored) { _isIgnored = std::move(ignored); }
+
+    // Sends a command; `parameters` is a JSON object's text. `onReply` may be empty when the result does not matter. `session` is
+    // empty for the engine as a whole. On a closed connection the handler is called with a refusal in the next pass of the run loop.
+    void send(const std::string& session, std::string_view method, std::string_view parameters, ReplyHandler onReply = {});
+
+    // Reads and delivers replies, and nothing else, until `isDone` or `deadline`; events wait for the next run of the run loop, in their
+    // order. For questions that must be answered before their caller goes on. Returns whether it is done.
+    [[nodiscard]] bool waitForReplies(const std::function<bool()>& isDone, std::chrono::steady_clock::time_point deadline);
+
+    [[nodiscard]] bool isOpen() const { return _isOpen; }
+    // When the last byte came from the engine.
+    [[nodiscard]] std::chrono::steady_clock::time_point lastHeard() const { return _lastHeard; }
+
+private:
+    void readAvailable();
+    void splitMessages(size_t searchFrom);
+    void deliverPending();
+    void deliverReply(const Message& message);
+    void flushCommands();
+    void close(NSString reason);
+    void abandonCommands();
+
+    int _commandDescriptor;
+    int _messageDescriptor;
+    bool _isOpen = true;
+    NSString _closeReason;
+    std::string _incoming;               // bytes of a message that is not whole yet
+    std::string _outgoing;               // bytes that the pipe did not take yet
+    std::deque<std::string> _unparsed;   // whole messages in their order
+    std::deque<Message> _events;         // events that arrived while only replies were wanted
+    std::unordered_map<int64_t, ReplyHandler> _pending;
+    int64_t _lastCommandID = 0;
+    std::chrono::steady_clock::time_point _lastHeard = std::chrono::steady_clock::now();
+    EventHandler _eventHandler;
+    std::function<void(NSString)> _closedHandler;
+    std::function<bool(std::string_view)> _isIgnored;
+    RunLoopFileSource _readable;
+    RunLoopFileSource _writable;
+    std::shared_ptr<bool> _alive = std::make_shared<bool>(true);   // false once destroyed, for handlers that end us
+};

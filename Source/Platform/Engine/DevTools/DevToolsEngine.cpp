@@ -1,0 +1,440 @@
+#include "Platform/Engine/DevTools/DevToolsEngine.h"
+
+#include "Platform/Engine/DevTools/EngineFlags.h"
+#include "Platform/Engine/DevTools/NetworkErrors.h"
+#include "Platform/Engine/EngineErrors.h"
+#include "Platform/Engine/EngineLocation.h"
+#include "Platform/Foundation/NSException.h"
+#include "Platform/Foundation/NSRunLoop.h"
+#include "Platform/Foundation/Value.h"
+
+#include <algorithm>
+#include <array>
+#include <nlohmann/json.hpp>
+
+namespace {
+
+using nlohmann::json;
+using std::chrono::steady_clock;
+using namespace std::chrono_literals;
+
+// How often an engine that says nothing is asked whether it lives, and how long it may then stay silent.
+constexpr auto lifeInterval = 1s;
+constexpr auto longestSilence = 3s;
+
+// News that nobody here needs. The network events are most of what the engine says; those that are not read are not even parsed.
+bool isIgnored(std::string_view method)
+{
+    static constexpr std::array ignored = {"Network.policyUpdated", "Network.requestWillBeSentExtraInfo",
+        "Network.responseReceivedExtraInfo", "Network.resourceChangedPriority", "Network.webSocketFrameReceived",
+        "Network.webSocketFrameSent", "Page.frameStartedLoading", "Page.frameResized", "Page.navigatedWithinDocument",
+        "Network.signedExchangeReceived", "Network.responseReceivedEarlyHints"};
+    return std::find(ignored.begin(), ignored.end(), method) != ignored.end();
+}
+
+bool isLoadableScheme(const NSString& scheme)
+{
+    static const std::array<NSString, 6> schemes = {u"http", u"https", u"file", u"about", u"data", u"blob"};
+    return std::find(schemes.begin(), schemes.end(), scheme.lowercaseString()) != schemes.end();
+}
+
+// Takes all news and lets every load pass.
+class Nobody final : public PageEngineClient {
+public:
+    void frameAttached(const FrameID&, const FrameID&) override { }
+    void frameDetached(const FrameID&) override { }
+    void frameNamed(const FrameID&, const NSString&) override { }
+    void decideNavigation(const NavigationAction&, PolicyDecision decide) override { decide(PolicyAnswer::Use); }
+    void navigationStarted(const FrameID&, const DocumentID&, const NSURLRequest&) override { }
+    void navigationRedirected(const FrameID&, const NSURLRequest&) override { }
+    void decideResponse(const FrameID&, const NSURLRequest&, const NSURLResponse&, PolicyDecision decide) override
+    {
+        decide(PolicyAnswer::Use);
+    }
+    void navigationCommitted(const FrameID&, const DocumentID&, const NSURLResponse&) override { }
+    void navigationFailed(const FrameID&, const NSError&) override { }
+    void documentFinished(const FrameID&) override { }
+    void documentFailed(const FrameID&, const NSError&) override { }
+    void titleChanged(const FrameID&, const NSString&) override { }
+    void clientRedirectScheduled(const FrameID&, const NSURL&, double) override { }
+    void clientRedirectCleared(const FrameID&) override { }
+    void newWindowRefused(const NSURLRequest&, const NSString&) override { }
+    void resourceRequested(
+        const ResourceID&, const FrameID&, const DocumentID&, const NSURLRequest&, const NSURLResponse&) override
+    {
+    }
+    void resourceResponded(const ResourceID&, const NSURLResponse&) override { }
+    void resourceReceivedData(const ResourceID&, int64_t) override { }
+    void resourceFinished(const ResourceID&) override { }
+    void resourceFailed(const ResourceID&, const NSError&) override { }
+    void authenticationRefused(const ResourceID&, const NSURLResponse&) override { }
+    void engineFailed(const NSError&) override { }
+};
+
+}
+
+std::unique_ptr<PageEngine> makePageEngine(const PageEngineOptions& options)
+{
+    return std::make_unique<DevToolsEngine>(options);
+}
+
+DevToolsEngine::DevToolsEngine(const PageEngineOptions& options) : _nobody(std::make_unique<Nobody>())
+{
+    _link.client = _nobody.get();
+    _gate.onStreamReply = [this](const std::string& id, const Connection::Reply& reply) { _resources.streamReply(id, reply); };
+    _gate.onBodyTaken = [this](const DocumentID& document, NSData body) {
+        _standIns.insert(document);
+        _resources.setBody(document, std::move(body));
+    };
+    _gate.onRefusedTooLate = [this] { stop(); };
+    _gate.onChallenge = [this](const DocumentID& document, const NSURLResponse& response) {
+        _resources.refuseAuthentication(document, response);
+    };
+    _resources.onActivity = [this](const std::string& networkID) { documentActivity(networkID); };
+    _resources.onDocumentResponse = [this](const DocumentID& document, const NSURLResponse& response) {
+        _gate.judgeGuessedType(document, response);
+    };
+    start(options);
+}
+
+DevToolsEngine::~DevToolsEngine()
+{
+    // Nothing that ends here tells anybody.
+    _link.client = _nobody.get();
+    _link.connection = nullptr;
+    _connection.reset();
+}
+
+void DevToolsEngine::setClient(PageEngineClient* client)
+{
+    _link.client = client ? client : _nobody.get();
+}
+
+void DevToolsEngine::start(const PageEngineOptions& options)
+{
+    EngineProcess::Options process;
+    process.executable = engineExecutable(options.enginePath, &_failure);
+    if (process.executable.empty())
+        return;
+    const NSString noSandbox = reasonForNoSandbox();
+    if (noSandbox && options.report)
+        options.report(NSString::stringWithFormat(u"The page engine runs without its sandbox, because %@.", noSandbox));
+    process.flags = engineFlags(options.viewSize, !noSandbox.isAbsent());
+    NSError error;
+    _process = EngineProcess::start(process, &error);
+    if (!_process) {
+        _failure = engineError(EngineErrorDoesNotStart,
+            NSString::stringWithFormat(u"The page engine could not be started: %@", error.localizedDescription()));
+        return;
+    }
+    _connection = std::make_unique<Connection>(_process->commandDescriptor(), _process->messageDescriptor());
+    _link.connection = _connection.get();
+    _connection->setIgnoredEvents(isIgnored);
+    _connection->setEventHandler([this](const Message& event) { handle(event); });
+    _connection->setClosedHandler([this](const NSString& reason) { connectionClosed(reason); });
+    _interruptions.refuseForGood();
+    _link.send({}, "Target.setDiscoverTargets", R"({"discover":true,"filter":[{"type":"page"}]})");
+    _link.send({}, "Target.setAutoAttach",
+        R"({"autoAttach":true,"waitForDebuggerOnStart":true,"flatten":true,"filter":[{"type":"page"}]})");
+    _askedForLife = steady_clock::now();
+    _lifeTimer = NSTimer::scheduledTimerWithTimeInterval(
+        std::chrono::duration<double>(lifeInterval).count(), true, [this] { checkLife(); });
+}
+
+void DevToolsEngine::handle(const Message& event)
+{
+    _hasAnswered = true;
+    const std::string_view method = event.method();
+    const JSONView content = event.content();
+    if (method.starts_with("Network.")) {
+        _resources.handle(event);
+    } else if (method.starts_with("Fetch.")) {
+        _gate.handle(event);
+    } else if (method == "Target.attachedToTarget") {
+        attached(content);
+    } else if (method == "Target.detachedFromTarget") {
+        detached(content);
+    } else if (method == "Target.targetCrashed") {
+        if (content.text("targetId") == _link.mainFrameTarget)
+            fail(loadError(NSURLErrorDomain, NSURLErrorUnknown, {}, u"The process that showed the page ended unexpectedly."));
+    } else if (method == "Inspector.targetCrashed") {
+        if (event.session() == _link.pageSession)
+            fail(loadError(NSURLErrorDomain, NSURLErrorUnknown, {}, u"The process that showed the page ended unexpectedly."));
+    } else if (method == "Target.targetInfoChanged") {
+        const JSONView target = content.object("targetInfo");
+        const NSString news = target.string("title");
+        if (target.text("targetId") == _link.mainFrameTarget && news != _lastTitleNews) {
+            _lastTitleNews = news;
+            askForTitle();
+        }
+    } else if (event.session() == _link.pageSession || _sessions.contains(event.session())) {
+        if (method == "Page.domContentEventFired" && event.session() == _link.pageSession)
+            askForTitle();
+        _interruptions.handle(event);
+        _frames.handle(event);
+    }
+}
+
+void DevToolsEngine::attached(const JSONView& content)
+{
+    const std::string session(content.text("sessionId"));
+    const JSONView target = content.object("targetInfo");
+    const std::string_view type = target.text("type");
+    if (type == "page") {
+        if (!_link.pageSession.empty()) {
+            _interruptions.closeWindow(target.text("targetId"));
+            return;
+        }
+        _link.pageSession = session;
+        _link.mainFrameTarget = target.text("targetId");
+        prepare(session, true);
+        if (auto load = std::exchange(_pendingLoad, {}))
+            navigate(*load);
+        return;
+    }
+    if (type == "iframe")
+        _frames.moveFrame(_link.frameFromEngine(target.text("targetId")), session);
+    prepare(session, type == "iframe");
+    _link.send(session, "Runtime.runIfWaitingForDebugger");
+}
+
+// What is sent here is in force before the target loads anything: it waits, or its first request is held by the gate.
+void DevToolsEngine::prepare(const std::string& session, bool isPage)
+{
+    _sessions.insert(session);
+    _link.send(session, "Network.enable", R"({"maxTotalBufferSize":1000000000,"maxResourceBufferSize":500000000})",
+        [this, session, isPage](const Connection::Reply&) {
+            if (isPage)
+                _gate.open(session);
+        });
+    if (!isPage)
+        return;
+    _link.send(session, "Page.enable");
+    _gate.enable(session);
+    _link.send(session, "Target.setAutoAttach",
+        R"({"autoAttach":true,"waitForDebuggerOnStart":true,"flatten":true,"filter":[{"type":"iframe"},{"type":"worker"}]})");
+    if (!_settings.javaScriptEnabled)
+        _link.send(session, "Emulation.setScriptExecutionDisabled", R"({"value":true})");
+}
+
+void DevToolsEngine::detached(const JSONView& content)
+{
+    const std::string session(content.text("sessionId"));
+    _sessions.erase(session);
+    if (session == _link.pageSession)
+        fail(loadError(NSURLErrorDomain, NSURLErrorUnknown, {}, u"The engine closed the page."));
+}
+
+void DevToolsEngine::load(const NSURLRequest& request, const Settings& settings)
+{
+    if (_frames.isAnythingLoading() || _pendingLoad)
+        stop();
+    ++_loadNumber;
+    if (_failure) {
+        refuseLoad(request, _failure);
+        return;
+    }
+    if (!isLoadableScheme(request.URL().scheme())) {
+        refuseLoad(request, loadError(NSURLErrorDomain, NSURLErrorUnsupportedURL, request.URL()));
+        return;
+    }
+    if (_link.pageSession.empty()) {
+        _settings = settings;
+        _pendingLoad = PendingLoad{request, settings};
+    } else {
+        navigate({request, settings});
+    }
+}
+
+void DevToolsEngine::navigate(const PendingLoad& load)
+{
+    if (load.settings.javaScriptEnabled != _settings.javaScriptEnabled) {
+        _link.send(_link.pageSession, "Emulation.setScriptExecutionDisabled",
+            load.settings.javaScriptEnabled ? R"({"value":false})" : R"({"value":true})");
+    }
+    _settings = load.settings;
+    _gate.expectOwnLoad(load.request);
+    _idleLimit = load.request.timeoutInterval();
+    _lastActivity = steady_clock::now();
+    checkIdleTime();
+    json parameters = {{"url", load.request.URL().absoluteString().UTF8()}};
+    if (const NSString referer = load.request.valueForHTTPHeaderField(u"Referer")) {
+        parameters["referrer"] = referer.UTF8();
+        parameters["referrerPolicy"] = "unsafeUrl";
+    }
+    _link.send(_link.pageSession, "Page.navigate", parameters.dump(-1, ' ', false, json::error_handler_t::replace),
+        [this, request = load.request, number = _loadNumber](const Connection::Reply& reply) {
+            if (number == _loadNumber)
+                navigateAnswered(request.URL(), reply);
+        });
+}
+
+// A load that fails is told of by events when it got as far as a request; this answer tells of those that did not.
+void DevToolsEngine::navigateAnswered(const NSURL& url, const Connection::Reply& reply)
+{
+    if (reply.refusal && !_failure) {
+        refuseLoad(NSURLRequest::requestWithURL(url), loadError(NSURLErrorDomain, NSURLErrorBadURL, url));
+    } else if (!reply.refusal && !reply.result.text("errorText").empty()) {
+        const DocumentID document(reply.result.text("loaderId"));
+        const NSError error = errorFromEngineName(reply.result.text("errorText"), url);
+        if (_gate.hasSeenOwnLoad())
+            _frames.failDocument(document, error);
+        else
+            refuseLoad(NSURLRequest::requestWithURL(url), error);
+    }
+}
+
+// Tells the client, in the next pass of the run loop, of a load that the engine never began.
+void DevToolsEngine::refuseLoad(const NSURLRequest& request, const NSError& error)
+{
+    NSDictionary userInfo = error.userInfo();
+    if (request.URL() && !userInfo[NSURLErrorFailingURLStringErrorKey]) {
+        userInfo.setObject(request.URL().absoluteString(), NSURLErrorFailingURLStringErrorKey);
+        userInfo.setObject(request.URL(), NSURLErrorKey);
+    }
+    NSRunLoop::currentRunLoop().performBlock([this, request, alive = std::weak_ptr<bool>(_alive),
+                                                 error = NSError(error.domain(), error.code(), userInfo), number = _loadNumber] {
+        if (alive.expired() || number != _loadNumber)
+            return;
+        const DocumentID document = "refused-" + std::to_string(number);
+        _frames.startNavigation(mainFrame(), document, request);
+        _frames.failDocument(document, error);
+    });
+}
+
+void DevToolsEngine::stop()
+{
+    stopEverything(loadError(NSURLErrorDomain, NSURLErrorCancelled, _gate.ownURL()));
+}
+
+void DevToolsEngine::stopEverything(const NSError& mainFrameError)
+{
+    ++_loadNumber;
+    _pendingLoad.reset();
+    _idleLimit = 0;
+    _gate.forgetAll();
+    for (const std::string& session : _sessions)
+        _link.send(session, "Page.stopLoading");
+    _frames.failAll(mainFrameError, false);
+}
+
+void DevToolsEngine::documentActivity(const std::string& networkID)
+{
+    if (_idleLimit <= 0)
+        return;
+    const FrameTracker::Frame* main = _frames.find(mainFrame());
+    if (main->document == networkID || (main->provisional && main->provisional->document == networkID))
+        _lastActivity = steady_clock::now();
+}
+
+void DevToolsEngine::checkIdleTime()
+{
+    if (_idleLimit <= 0)
+        return;
+    const double idle = std::chrono::duration<double>(steady_clock::now() - _lastActivity).count();
+    if (idle < _idleLimit) {
+        _idleTimer = NSTimer::scheduledTimerWithTimeInterval(_idleLimit - idle, false, [this] { checkIdleTime(); });
+        return;
+    }
+    const FrameTracker::Frame* main = _frames.find(mainFrame());
+    const bool isAwaited = main->provisional || (main->isLoading && !_resources.isFinished(main->document));
+    if (!isAwaited)
+        return;
+    const NSURL url = _gate.ownURL();
+    stopEverything(loadError(NSURLErrorDomain, NSURLErrorTimedOut, url));
+}
+
+void DevToolsEngine::askForTitle()
+{
+    if (_isAskingForTitle) {
+        _shouldAskAgain = true;
+        return;
+    }
+    _isAskingForTitle = true;
+    _link.send(_link.pageSession, "Runtime.evaluate",
+        R"JSON({"expression":"Object.getOwnPropertyDescriptor(Document.prototype,'title').get.call(document)","returnByValue":true})JSON",
+})",
+        [this](const Connection::Reply& reply) {
+    _isAskingForTitle = false;
+    if (std::exchange(_shouldAskAgain, false))
+        askForTitle();
+    const NSString title = reply.refusal ? NSString() : reply.result.object("result").string("value");
+    const FrameTracker::Frame* main = _frames.find(mainFrame());
+    if (title.length() == 0 || main->document.empty() || (title == _title && main->document == _titledDocument))
+        return;
+    _title = title;
+    _titledDocument = main->document;
+    _link.client->titleChanged(mainFrame(), title);
+        });
+}
+
+void DevToolsEngine::checkLife()
+{
+    const auto now = steady_clock::now();
+    if (!_connection->isOpen())
+        return;
+    if (_askedForLife && now - std::max(*_askedForLife, _connection->lastHeard()) > longestSilence) {
+        fail(_hasAnswered
+                ? loadError(NSURLErrorDomain, NSURLErrorUnknown, {}, u"The page engine does not answer any more.")
+                : engineError(EngineErrorDoesNotAnswer, u"The page engine does not answer.",
+                    u"Check that the engine's command can be run by hand, or install the package chromium-headless-shell."));
+        return;
+    }
+    if (!_askedForLife && now - _connection->lastHeard() > lifeInterval) {
+        _askedForLife = now;
+        _link.send({}, "Browser.getVersion", "{}", [this](const Connection::Reply&) { _askedForLife.reset(); });
+    }
+}
+
+void DevToolsEngine::connectionClosed(const NSString& reason)
+{
+    const NSString words = _process->exitDescription(200).value_or(reason);
+    if (_hasAnswered) {
+        fail(loadError(NSURLErrorDomain, NSURLErrorUnknown, {}, words));
+    } else {
+        fail(engineError(EngineErrorDoesNotStart, NSString::stringWithFormat(u"The page engine could not be started. %@", words),
+            u"Check that the engine's command can be run by hand, or install the package chromium-headless-shell."));
+    }
+}
+
+// The end of the engine, whatever ended it: from here on every load fails with this error.
+void DevToolsEngine::fail(const NSError& error)
+{
+    if (_failure)
+        return;
+    _failure = error;
+    _lifeTimer.invalidate();
+    _idleLimit = 0;
+    _gate.forgetAll();
+    const bool wasLoading = _frames.isAnythingLoading();
+    const std::weak_ptr<bool> alive = _alive;
+    if (_pendingLoad) {
+        const NSURLRequest request = std::exchange(_pendingLoad, {})->request;
+        refuseLoad(request, error);
+    } else if (!wasLoading && _gate.ownURL() && !_gate.hasSeenOwnLoad()) {
+        refuseLoad(NSURLRequest::requestWithURL(_gate.ownURL()), error);
+    }
+    _frames.failAll(error, true);
+    if (!alive.expired())
+        _link.client->engineFailed(error);
+}
+
+std::vector<DocumentSnapshot> DevToolsEngine::documents(steady_clock::time_point deadline)
+{
+    if (_failure)
+        throw NSException(NSGenericException,
+            _failure.localizedFailureReason() ? _failure.localizedFailureReason() : _failure.localizedDescription());
+    return _reader.documents(
+        deadline, _settings.javaScriptEnabled, [this](const DocumentID& document) { return _standIns.contains(document); });
+}
+
+NSData DevToolsEngine::body(const ResourceID& resource, steady_clock::time_point deadline)
+{
+    return _resources.body(
+        resource, deadline, [this, deadline](const DocumentID& document) { return _reader.encodingName(document, deadline); });
+}
+
+NSString DevToolsEngine::frameElement(const FrameID& frame, steady_clock::time_point deadline)
+{
+    return _reader.frameElement(frame, deadline);
+}

@@ -1,0 +1,90 @@
+#pragma once
+
+#include "Platform/Engine/DevTools/Connection.h"
+#include "Platform/Engine/DevTools/DocumentReader.h"
+#include "Platform/Engine/DevTools/EngineLink.h"
+#include "Platform/Engine/DevTools/EngineProcess.h"
+#include "Platform/Engine/DevTools/FrameTracker.h"
+#include "Platform/Engine/DevTools/Interruptions.h"
+#include "Platform/Engine/DevTools/RequestGate.h"
+#include "Platform/Engine/DevTools/ResourceTracker.h"
+#include "Platform/Engine/PageEngineFactory.h"
+#include "Platform/Foundation/NSTimer.h"
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <unordered_map>
+#include <unordered_set>
+
+// A page engine that is a Chromium process, spoken to in the DevTools protocol.
+//
+// One target of the engine shows the page; frames of other sites, and workers, may be targets of their own. Each is prepared while it waits to start.
+class DevToolsEngine final : public PageEngine {
+public:
+    explicit DevToolsEngine(const PageEngineOptions& options);
+    ~DevToolsEngine() override;
+
+    void setClient(PageEngineClient* client) override;
+    [[nodiscard]] FrameID mainFrame() const override { return FrameID(EngineLink::mainFrameID); }
+    void load(const NSURLRequest& request, const Settings& settings) override;
+    void stop() override;
+    [[nodiscard]] std::vector<DocumentSnapshot> documents(std::chrono::steady_clock::time_point deadline) override;
+    [[nodiscard]] NSData body(const ResourceID& resource, std::chrono::steady_clock::time_point deadline) override;
+    [[nodiscard]] NSString frameElement(const FrameID& frame, std::chrono::steady_clock::time_point deadline) override;
+
+private:
+    struct PendingLoad {
+        NSURLRequest request;
+        Settings settings;
+    };
+
+    void start(const PageEngineOptions& options);
+    void handle(const Message& event);
+    void attached(const JSONView& content);
+    void detached(const JSONView& content);
+    void prepare(const std::string& session, bool isPage);
+    void navigate(const PendingLoad& load);
+    void navigateAnswered(const NSURL& url, const Connection::Reply& reply);
+    void refuseLoad(const NSURLRequest& request, const NSError& error);
+    void documentActivity(const std::string& networkID);
+    void checkIdleTime();
+    void stopEverything(const NSError& mainFrameError);
+    void askForTitle();
+    void checkLife();
+    void connectionClosed(const NSString& reason);
+    void fail(const NSError& error);
+
+    std::unique_ptr<EngineProcess> _process;
+    std::unique_ptr<Connection> _connection;
+    EngineLink _link;
+    FrameTracker _frames{_link};
+    RequestGate _gate{_link, _frames};
+    ResourceTracker _resources{_link, _frames};
+    DocumentReader _reader{_link, _frames};
+    Interruptions _interruptions{_link};
+
+    std::unique_ptr<PageEngineClient> _nobody;   // stands in while there is no client
+    NSError _failure;                            // once present, every load fails with it
+    std::optional<PendingLoad> _pendingLoad;     // waits for the engine to be ready
+    Settings _settings;
+    std::unordered_set<std::string> _sessions;
+    std::unordered_set<DocumentID> _standIns;   // documents that are shown as an empty page
+
+    // Idle time of the main document.
+    NSTimer _idleTimer;
+    double _idleLimit = 0;   // seconds; 0 when nothing is awaited
+    std::chrono::steady_clock::time_point _lastActivity;
+    uint64_t _loadNumber = 0;
+
+    NSString _title;
+    DocumentID _titledDocument;
+    NSString _lastTitleNews;
+    bool _isAskingForTitle = false;
+    bool _shouldAskAgain = false;
+
+    NSTimer _lifeTimer;
+    std::optional<std::chrono::steady_clock::time_point> _askedForLife;
+    bool _hasAnswered = false;
+    std::shared_ptr<bool> _alive = std::make_shared<bool>(true);   // for news that is told later
+};

@@ -1,0 +1,80 @@
+#include "Platform/Engine/DevTools/EngineFlags.h"
+
+#include <sched.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+
+// Whether this user may make a user namespace, which the engine's sandbox stands on. The only sure way to know is to make one.
+bool canMakeUserNamespace()
+{
+    const pid_t child = fork();
+    if (child == 0)
+        _exit(unshare(CLONE_NEWUSER) == 0 ? 0 : 1);
+    int status = 1;
+    return child > 0 && waitpid(child, &status, 0) == child && status == 0;
+}
+
+// The engine's set-uid helper does the same where user namespaces are closed to users.
+bool hasSandboxHelper()
+{
+    struct stat status;
+    return stat("/usr/lib/chromium/chrome-sandbox", &status) == 0 && status.st_uid == 0 && (status.st_mode & S_ISUID);
+}
+
+}
+
+std::vector<std::string> engineFlags(NSSize viewSize, bool withoutSandbox)
+{
+    std::vector<std::string> flags = {
+        "--headless",
+        "--disable-gpu",
+        "--hide-scrollbars",
+        "--mute-audio",
+        "--window-size=" + std::to_string(static_cast<int>(viewSize.width)) + ","
+            + std::to_string(static_cast<int>(viewSize.height)),
+        // Every image is loaded, wherever it stands.
+        "--blink-settings=lazyLoadEnabled=false",
+        // Nothing that the page did not ask for goes over the network.
+        "--disable-background-networking",
+        "--disable-component-update",
+        "--disable-sync",
+        "--disable-default-apps",
+        "--disable-extensions",
+        "--disable-client-side-phishing-detection",
+        "--disable-domain-reliability",
+        "--no-pings",
+        "--no-first-run",
+        "--no-default-browser-check",
+        "--disable-breakpad",
+        "--disable-crash-reporter",
+        "--password-store=basic",
+        "--deny-permission-prompts",
+        // A page in an unseen window keeps its timers and its speed.
+        "--disable-renderer-backgrounding",
+        "--disable-backgrounding-occluded-windows",
+        "--disable-background-timer-throttling",
+        // Fewer processes for the same work: the services run inside the engine's main process; pages keep theirs, and its sandbox.
+        "--in-process-gpu",
+        "--enable-features=NetworkServiceInProcess2",
+        // Going back is a load like any other, and is asked about.
+        "--disable-features=BackForwardCache,Translate,OptimizationHints,MediaRouter,DialMediaRouteProvider,"
+        "AutofillServerCommunication",
+    };
+    if (withoutSandbox)
+        flags.emplace_back("--no-sandbox");
+    // Started with a page, the engine has one ready when it answers for the first time.
+    flags.emplace_back("about:blank");
+    return flags;
+}
+
+NSString reasonForNoSandbox()
+{
+    if (geteuid() == 0)
+        return u"it is started by the superuser";
+    if (!canMakeUserNamespace() && !hasSandboxHelper())
+        return u"this system lets users make no user namespaces";
+    return {};
+}

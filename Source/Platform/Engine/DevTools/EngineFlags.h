@@ -1,0 +1,13 @@
+#pragma once
+
+#include "Platform/Foundation/NSGeometry.h"
+#include "Platform/Foundation/NSString.h"
+
+#include <string>
+#include <vector>
+
+// The engine's command-line arguments for one view of `viewSize` CSS pixels. `withoutSandbox` when it cannot have one.
+[[nodiscard]] std::vector<std::string> engineFlags(NSSize viewSize, bool withoutSandbox);
+
+// Why the engine cannot keep its sandbox in this process's circumstances, as a sentence for people; absent when it can.
+[[nodiscard]] NSString reasonForNoSandbox();

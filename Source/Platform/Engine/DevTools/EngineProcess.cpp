@@ -1,0 +1,148 @@
+#include "Platform/Engine/DevTools/EngineProcess.h"
+
+#include "Platform/Engine/DevTools/EngineGuard.h"
+
+#include <array>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
+#include <poll.h>
+#include <string_view>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+
+struct Pipe {
+    FileDescriptor readEnd;
+    FileDescriptor writeEnd;
+
+    [[nodiscard]] bool open()
+    {
+        int ends[2];
+        if (pipe2(ends, O_CLOEXEC) != 0)
+            return false;
+        readEnd.reset(ends[0]);
+        writeEnd.reset(ends[1]);
+        return true;
+    }
+};
+
+void makeNonBlocking(const FileDescriptor& descriptor)
+{
+    fcntl(descriptor.get(), F_SETFL, fcntl(descriptor.get(), F_GETFL) | O_NONBLOCK);
+}
+
+// A folder only this user can enter, under a name that cannot be guessed.
+std::string makePrivateFolder()
+{
+    const char* base = std::getenv("TMPDIR");
+    std::string pattern = std::string(base && *base == '/' ? base : "/tmp") + "/twwebtool-XXXXXX";
+    return mkdtemp(pattern.data()) ? pattern : std::string();
+}
+
+// What of this process's environment the engine needs: where programs, fonts and temporary files are, language and time zone, and the
+// proxies. Nothing else reaches it, so no secret does.
+std::vector<std::string> engineEnvironment()
+{
+    static constexpr std::array names = {"PATH", "HOME", "TMPDIR", "TZ", "LANG", "LANGUAGE", "FONTCONFIG_FILE", "FONTCONFIG_PATH",
+        "XDG_DATA_DIRS", "http_proxy", "https_proxy", "ftp_proxy", "all_proxy", "no_proxy", "HTTP_PROXY", "HTTPS_PROXY",
+        "FTP_PROXY", "ALL_PROXY", "NO_PROXY"};
+    std::vector<std::string> environment;
+    for (const char* name : names) {
+        if (const char* value = std::getenv(name))
+            environment.push_back(std::string(name) + "=" + value);
+    }
+    for (char** entry = environ; *entry; ++entry) {
+        if (std::string_view(*entry).starts_with("LC_"))
+            environment.emplace_back(*entry);
+    }
+    return environment;
+}
+
+}
+
+std::unique_ptr<EngineProcess> EngineProcess::start(const Options& options, NSError* error)
+{
+    const auto fail = [&](int errnoValue, const char* what) {
+        if (error) {
+            *error = NSFileErrorFromErrno(errnoValue, NSString::stringWithRepairedUTF8(what), true);
+        }
+        return nullptr;
+    };
+
+    const std::string folder = makePrivateFolder();
+    if (folder.empty())
+        return fail(errno, std::getenv("TMPDIR") ? std::getenv("TMPDIR") : "/tmp");
+
+    Pipe commands, messages, lifeline, status;
+    if (!commands.open() || !messages.open() || !lifeline.open() || !status.open()) {
+        const int reason = errno;
+        rmdir(folder.c_str());
+        return fail(reason, "pipe");
+    }
+    // A larger pipe saves wake-ups when bodies stream through it; the default stays where the system refuses.
+    fcntl(messages.readEnd.get(), F_SETPIPE_SZ, 1 << 20);
+
+    EngineGuard guard;
+    guard.arguments = {options.executable, "--user-data-dir=" + folder, "--remote-debugging-pipe"};
+    guard.arguments.insert(guard.arguments.end(), options.flags.begin(), options.flags.end());
+    guard.environment = engineEnvironment();
+    guard.folder = folder;
+    guard.commandsToEngine = commands.readEnd.get();
+    guard.messagesFromEngine = messages.writeEnd.get();
+    guard.lifeline = lifeline.readEnd.get();
+    guard.status = status.writeEnd.get();
+
+    const pid_t child = fork();
+    if (child < 0) {
+        const int reason = errno;
+        rmdir(folder.c_str());
+        return fail(reason, "fork");
+    }
+    if (child == 0)
+        guard.run();
+
+    std::unique_ptr<EngineProcess> process(new EngineProcess);
+    process->_guard = child;
+    process->_lifeline = std::move(lifeline.writeEnd);
+    process->_commands = std::move(commands.writeEnd);
+    process->_messages = std::move(messages.readEnd);
+    process->_status = std::move(status.readEnd);
+    makeNonBlocking(process->_commands);
+    makeNonBlocking(process->_messages);
+    return process;
+}
+
+EngineProcess::~EngineProcess()
+{
+    _lifeline.reset();
+    // The guard holds the status pipe until its work is done; its end is the end of everything.
+    pollfd news = {_status.get(), POLLIN, 0};
+    for (int rounds = 0; rounds < 2; ++rounds) {
+        if (poll(&news, 1, 5000) <= 0)
+            return;
+        int ignored;
+        if (read(_status.get(), &ignored, sizeof ignored) <= 0)
+            break;
+    }
+    while (waitpid(_guard, nullptr, 0) < 0 && errno == EINTR) { }
+}
+
+std::optional<NSString> EngineProcess::exitDescription(int milliseconds) const
+{
+    if (!_waitStatus) {
+        pollfd news = {_status.get(), POLLIN, 0};
+        int status;
+        if (poll(&news, 1, milliseconds) <= 0 || read(_status.get(), &status, sizeof status) != sizeof status)
+            return {};
+        _waitStatus = status;
+    }
+    if (WIFSIGNALED(*_waitStatus)) {
+        const int signal = WTERMSIG(*_waitStatus);
+        return NSString::stringWithFormat(u"The engine process was ended by signal %d (%s).", signal, strsignal(signal));
+    }
+    return NSString::stringWithFormat(u"The engine process ended with status %d.", WEXITSTATUS(*_waitStatus));
+}

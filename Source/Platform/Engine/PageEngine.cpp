@@ -1,1 +1,0 @@
-#include "Platform/Foundation/NSString.h"
