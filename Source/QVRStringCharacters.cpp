@@ -45,15 +45,5 @@ NSString qvrStringByTrimmingNulls(const NSString& string)
 
 NSString qvrStringByStripping(const NSString& string)
 {
-    if (!string)
-        return {};
-    const NSCharacterSet blanks = NSCharacterSet::whitespaceAndNewlineCharacterSet();
-    const std::u16string_view units = string.units();
-    size_t start = 0;
-    size_t end = units.size();
-    while (start < end && blanks.characterIsMember(units[start]))
-        ++start;
-    while (end > start && blanks.characterIsMember(units[end - 1]))
-        --end;
-    return string.substringWithRange({start, end - start});
+    return string.stringByTrimmingCharactersInSet(NSCharacterSet::whitespaceAndNewlineCharacterSet());
 }

@@ -2,26 +2,17 @@
 
 #include "Platform/Foundation/Value.h"
 
-#include <algorithm>
 #include <vector>
-
-namespace {
-
-constexpr std::u16string_view lineEnds = u"\n\r\u0085\u2028\u2029";
-
-}
 
 NSArray qvrComponentsSeparatedByLineSeparators(const NSString& string)
 {
     if (!string)
         return {};
-    const std::u16string_view units = string.units();
     std::vector<Value> lines;
-    for (size_t start = 0; start < units.size();) {
-        const size_t contentsEnd = std::min(units.find_first_of(lineEnds, start), units.size());
-        lines.emplace_back(NSString(units.substr(start, contentsEnd - start)));
-        const bool isPair = units.substr(contentsEnd, 2) == u"\r\n";
-        start = contentsEnd + (isPair ? 2 : 1);
+    for (size_t start = 0; start < string.length();) {
+        const NSLineRange line = string.lineRangeForRange({start, 0});
+        lines.emplace_back(string.substringWithRange({line.start, line.contentsEnd - line.start}));
+        start = line.end;
     }
     return NSArray(std::move(lines));
 }

@@ -49,23 +49,6 @@ size_t unitsWithinDecomposedLength(std::u16string_view text, uint64_t limit)
     return text.size();
 }
 
-NSString replaceLiterally(const NSString& string, std::u16string_view target, std::u16string_view replacement)
-{
-    const std::u16string_view units = string.units();
-    size_t found = target.empty() ? std::u16string_view::npos : units.find(target);
-    if (found == std::u16string_view::npos)
-        return string;
-    std::u16string replaced;
-    replaced.reserve(units.size());
-    size_t start = 0;
-    for (; found != std::u16string_view::npos; found = units.find(target, start)) {
-        replaced.append(units.substr(start, found - start)).append(replacement);
-        start = found + target.size();
-    }
-    replaced.append(units.substr(start));
-    return replaced;
-}
-
 NSString emptyUnlessAbsent(const NSString& string)
 {
     return string ? NSString(u"") : NSString();
@@ -183,7 +166,7 @@ NSString qvrStringByAddingSuffix(const NSString& stem, const NSString& suffix, u
 
 NSString qvrStringByReplacingString(const NSString& string, const NSString& target, const NSString& withString)
 {
-    return replaceLiterally(string, target.units(), withString.units());
+    return string.stringByReplacingOccurrencesOfString(target, withString, NSLiteralSearch);
 }
 
 NSString qvrStringByReplacingFirstOccurrenceOfString(const NSString& string, const NSString& target, const NSString& withString)
@@ -200,7 +183,7 @@ NSString qvrStringByExpandingKeysInDictionary(const NSString& string, const NSDi
 {
     NSString expanded = string;
     for (const auto& [key, value] : dictionary)
-        expanded = replaceLiterally(expanded, key.units(), value.description().units());
+        expanded = qvrStringByReplacingString(expanded, key, value.description());
     return expanded;
 }
 

@@ -1,14 +1,12 @@
 #include "QVRStringPercentEscapes.h"
 
 #include "Platform/Foundation/NSArray.h"
+#include "Platform/Foundation/NSCharacterSet.h"
 #include "Platform/Foundation/NSURLComponents.h"
 #include "Platform/Foundation/NSURLQueryItem.h"
-#include "Platform/Foundation/URLSyntax.h"
 #include "Platform/Foundation/Value.h"
 #include "QVRProcessInfo.h"
 
-#include <unicode/uniset.h>
-#include <unicode/unistr.h>
 #include <unicode/utf16.h>
 #include <unicode/utf8.h>
 
@@ -20,32 +18,14 @@
 
 namespace {
 
-icu::UnicodeSet setOfCharacters(std::u16string_view characters)
+// What may stand in an address by RFC 2396, reserved or not: the very characters that RFC 3986 allows in a query.
+NSCharacterSet legalCharacters()
 {
-    icu::UnicodeSet set;
-    for (size_t index = 0; index < characters.size();) {
-        UChar32 character = 0;
-        U16_NEXT(characters.data(), index, characters.size(), character);
-        set.add(character);
-    }
-    return set;
-}
-
-// What may stand in an address by RFC 2396, reserved or not. RFC 3986 allows the very same characters in a query.
-const icu::UnicodeSet& legalCharacters()
-{
-    static const icu::UnicodeSet set = [] {
-        icu::UnicodeSet legal;
-        for (const char character : URLQueryAllowedCharacters)
-            legal.add(static_cast<UChar32>(character));
-        legal.freeze();
-        return legal;
-    }();
-    return set;
+    return NSCharacterSet::URLQueryAllowedCharacterSet();
 }
 
 // `string` with every character that is not in `kept` escaped; absent when one of these has no UTF-8 form.
-NSString escape(const NSString& string, const icu::UnicodeSet& kept)
+NSString escape(const NSString& string, const NSCharacterSet& kept)
 {
     static constexpr char16_t digits[] = u"0123456789ABCDEF";
     if (!string)
@@ -57,7 +37,7 @@ NSString escape(const NSString& string, const icu::UnicodeSet& kept)
         const size_t start = index;
         UChar32 character = 0;
         U16_NEXT(units.data(), index, units.size(), character);
-        if (kept.contains(character)) {
+        if (kept.longCharacterIsMember(static_cast<char32_t>(character))) {
             escaped.append(units.substr(start, index - start));
             continue;
         }
@@ -123,7 +103,7 @@ NSString qvrDecodePercentEscapesKeepingEscaped(const NSString& string, const NSS
     const std::u16string_view units = string.units();
     if (!characters || units.find(u'%') == std::u16string_view::npos)
         return string;
-    const icu::UnicodeSet kept = setOfCharacters(characters.units());
+    const NSCharacterSet kept = NSCharacterSet::characterSetWithCharactersInString(characters);
 
     std::u16string decoded;
     decoded.reserve(units.size());
@@ -145,7 +125,7 @@ NSString qvrDecodePercentEscapesKeepingEscaped(const NSString& string, const NSS
             U8_NEXT(bytes.data(), position, bytes.size(), character);
             if (character < 0)
                 return {};
-            if (kept.contains(character)) {
+            if (kept.longCharacterIsMember(static_cast<char32_t>(character))) {
                 decoded.append(units.substr(run + 3 * start, 3 * (position - start)));
             } else if (U_IS_BMP(character)) {
                 decoded.push_back(static_cast<char16_t>(character));
@@ -159,9 +139,9 @@ NSString qvrDecodePercentEscapesKeepingEscaped(const NSString& string, const NSS
 
 NSString qvrEncodeForQueryString(const NSString& string)
 {
-    static const icu::UnicodeSet kept = [] {
-        icu::UnicodeSet set;
-        set.addAll(legalCharacters()).remove(u'&').remove(u'=').freeze();
+    static const NSCharacterSet kept = [] {
+        NSMutableCharacterSet set = legalCharacters();
+        set.removeCharactersInString(u"&=");
         return set;
     }();
     return escape(string, kept);
@@ -169,9 +149,8 @@ NSString qvrEncodeForQueryString(const NSString& string)
 
 NSString qvrEncodeURLKeepingUnescaped(const NSString& string, const NSString& characters)
 {
-    icu::UnicodeSet kept = setOfCharacters(characters.units());
-    kept.addAll(legalCharacters());
-    kept.freeze();
+    NSMutableCharacterSet kept = legalCharacters();
+    kept.addCharactersInString(characters);
     return escape(string, kept);
 }
 
@@ -201,9 +180,10 @@ NSString qvrQueryStringFromQueryItems(const NSDictionary& dictionary)
 {
     if (!dictionary)
         return {};
-    static const icu::UnicodeSet kept = [] {
-        icu::UnicodeSet set;
-        set.addAll(legalCharacters()).remove(u';').remove(u'+').add(u'&').add(u'=').add(u'%').freeze();
+    static const NSCharacterSet kept = [] {
+        NSMutableCharacterSet set = legalCharacters();
+        set.removeCharactersInString(u";+");
+        set.addCharactersInString(u"&=%");
         return set;
     }();
     std::vector<NSURLQueryItem> items;
