@@ -75,6 +75,7 @@ coverage: ## Run every test and show which lines they reach
 	@gcovr --root . --filter Source/ --object-directory build/coverage --print-summary \
 		--html-details build/coverage/report.html --txt build/coverage/report.txt
 	@echo "Line by line: build/coverage/report.html"
+	@Scripts/coverage build/coverage
 
 .PHONY: fuzz
 fuzz: ## Run each fuzz target for FUZZ_SECONDS (300)
