@@ -19,7 +19,7 @@ namespace {
 using Node = std::unique_ptr<void, decltype(&plist_free)>;
 
 // Years with four digits, in seconds since the reference date; XML dates have no others.
-constexpr double firstXMLDate = -63114076800;   // 0001-01-01 00:00:00
+constexpr double firstXMLDate = -63113904000;   // 0001-01-01 00:00:00
 constexpr double lastXMLDate = 252423993599;    // 9999-12-31 23:59:59
 
 // Why a value is no property list, and where below the root. The place grows on the way back, so that it costs nothing when all is

@@ -59,12 +59,17 @@ bool isReal(const std::string& text)
     return end == text.c_str() + text.size();
 }
 
-// "2001-01-01T00:00:00Z".
+// "2001-01-01T00:00:00Z"; the library itself writes years before 1000 with fewer digits.
 bool isDate(std::string_view text)
 {
-    constexpr std::string_view form = "dddd-dd-ddTdd:dd:ddZ";
-    return std::equal(text.begin(), text.end(), form.begin(), form.end(),
-        [](unsigned char c, char expected) { return expected == 'd' ? std::isdigit(c) != 0 : c == expected; });
+    constexpr std::string_view form = "-dd-ddTdd:dd:ddZ";
+    const size_t yearEnd = text.find('-');
+    if (yearEnd == 0 || yearEnd > 4)
+        return false;
+    const auto matches = [](unsigned char c, char expected) { return expected == 'd' ? std::isdigit(c) != 0 : c == expected; };
+    return std::all_of(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(yearEnd), [](unsigned char c) {
+        return std::isdigit(c);
+    }) && std::equal(text.begin() + static_cast<std::ptrdiff_t>(yearEnd), text.end(), form.begin(), form.end(), matches);
 }
 
 bool isBase64(std::string_view text)
@@ -175,6 +180,8 @@ void characters(GMarkupParseContext*, const char* text, gsize length, void* chec
 
 bool isStrictXMLPropertyList(std::string_view text, int deepestNesting)
 {
+    if (text.empty())
+        return false;
     constexpr GMarkupParser parser = {startElement, endElement, characters, nullptr, nullptr};
     Checker checker{deepestNesting, {}, {}};
     GMarkupParseContext* const context = g_markup_parse_context_new(&parser, G_MARKUP_TREAT_CDATA_AS_TEXT, &checker, nullptr);
