@@ -43,6 +43,24 @@ bool isMarkupType(const NSString& type)
     return !type || lower == NSString(u"text/html") || lower.hasSuffix(u"/xml") || lower.hasSuffix(u"+xml");
 }
 
+bool isTextType(const NSString& type)
+{
+    return isMarkupType(type) || type.lowercaseString().hasPrefix(u"text/");
+}
+
+// The encoding that a text's byte-order mark tells, which goes before all else that was said of it. Absent when there is no mark.
+NSString markedEncoding(const NSData& data)
+{
+    const std::string_view text = data.characters();
+    if (text.starts_with("\xEF\xBB\xBF"))
+        return u"UTF-8";
+    if (text.starts_with("\xFE\xFF"))
+        return u"UTF-16BE";
+    if (text.starts_with("\xFF\xFE"))
+        return u"UTF-16LE";
+    return {};
+}
+
 NSData dataWithMarkup(NSString& markup)
 {
     const std::string text = markup.UTF8();
@@ -60,6 +78,7 @@ class DocumentArchiver {
 public:
     explicit DocumentArchiver(WebPage& page) : _page(page), _documents(page.documents())
     {
+        page.frames().nameAllFrames();
         for (size_t index = 0; index < _documents.size(); ++index) {
             const FrameID& frame = _documents[index].frame;
             _indexes.emplace(frame, index);
@@ -129,7 +148,7 @@ private:
 // What the servers sent, in its frames.
 class DataSourceArchiver {
 public:
-    explicit DataSourceArchiver(WebPage& page) : _page(page) { }
+    explicit DataSourceArchiver(WebPage& page) : _page(page) { page.frames().nameAllFrames(); }
 
     WebArchive archive(const FrameID& frame, size_t depth = 0)
     {
@@ -145,6 +164,8 @@ public:
             main = documentInAttribute(*load, frame);
         if (!main)
             return {};
+        if (const NSString encoding = isTextType(main.MIMEType()) ? markedEncoding(main.data()) : NSString())
+            main = WebResource(main.data(), main.URL(), main.MIMEType(), encoding, main.frameName());
         const std::vector<WebResource> subresources = subresourcesOf(_page, *load);
         std::vector<WebArchive> subframes;
         for (const std::shared_ptr<WebFrame>& child : children)
@@ -213,16 +234,20 @@ WebResource mainResourceOf(WebPage& page, DocumentLoad& load)
 {
     if (!load.response || isOf(load.response.URL(), u"about:blank") || isOf(load.response.URL(), u"about:srcdoc"))
         return {};
-    const std::shared_ptr<WebFrame> frame = load.frame.lock();
+    // The name of a frame that shows nothing yet may still come.
+    const bool isShown = load.state != DocumentLoad::State::Provisional;
+    const std::shared_ptr<WebFrame> frame = isShown ? load.frame.lock() : nullptr;
     const NSString name = frame ? page.frames().nameOf(frame->frameID()) : NSString();
     const NSURL url = load.response.URL() ? load.response.URL() : load.request.URL();
-    const WebDataSource dataSource = load.dataSource();
-    if (load.state == DocumentLoad::State::Provisional || load.state == DocumentLoad::State::Failed)
-        return WebResource(NSData(), url, load.response.MIMEType(), dataSource.textEncodingName(), name);
+    const NSString encoding = load.dataSource().textEncodingName();
+    // A server that names no type leaves it to the engine.
+    const NSString type = load.response.MIMEType() ? load.response.MIMEType() : load.shownType;
+    if (!isShown || load.state == DocumentLoad::State::Failed)
+        return WebResource(NSData(), url, type, encoding, name);
 
     const ResourceLog::Load* own = page.resources().ownLoad(load.document, ResourceLog::addressOf(load.initialRequest.URL()));
     if (!own || own->state != ResourceLog::State::Finished)
-        return WebResource(NSData(), url, load.response.MIMEType(), dataSource.textEncodingName(), name);
+        return WebResource(NSData(), url, type, encoding, name);
     if (!own->hasBody)
         page.requireEngine();
     return WebResource(
@@ -233,7 +258,7 @@ WebResource mainResourceOf(WebPage& page, DocumentLoad& load)
                 throw NSException(NSGenericException, u"The document is not shown any more.");
             return alive->body(*known);
         },
-        url, load.response.MIMEType(), dataSource.textEncodingName(), name);
+        url, type, encoding, name);
 }
 
 std::vector<WebResource> subresourcesOf(WebPage& page, const DocumentLoad& load)

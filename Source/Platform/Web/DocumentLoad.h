@@ -31,7 +31,9 @@ public:
     NSURLRequest request;
     NSURLResponse response;
     NSString title;
-    NSString encoding;   // the engine's; absent until it was asked
+    // What the engine made of it; absent until it was asked.
+    NSString encoding;
+    NSString shownType;
     State state = State::Provisional;
     // Why the load will fail as soon as the engine lets go of it, whatever the engine calls that. Absent while nothing is
     // decided.

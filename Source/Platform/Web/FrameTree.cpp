@@ -36,7 +36,7 @@ std::vector<FrameTree::Entry> FrameTree::detach(const FrameID& frame)
 {
     if (isMainFrame(frame) || !find(frame))
         return {};
-    numberUnnamedFramesThrough(frame);
+    nameFramesThrough(frame);
 
     // 1. The frame and all below it, parents first. No recursion: pages may nest deeper than a call stack likes.
     std::vector<std::shared_ptr<WebFrame>> removed = {find(frame)->frame};
@@ -81,17 +81,29 @@ NSString FrameTree::nameOf(const FrameID& frame)
         return {};
     if (entry->name)
         return entry->name;
-    numberUnnamedFramesThrough(frame);
+    nameFramesThrough(frame);
     return NSString::stringWithFormat(u"<!--frame%zu-->", *entry->generatedNumber);
 }
 
-void FrameTree::numberUnnamedFramesThrough(const FrameID& frame)
+void FrameTree::nameAllFrames()
+{
+    for (const FrameID& each : _order)
+        number(_entries.at(each));
+}
+
+void FrameTree::nameFramesThrough(const FrameID& frame)
 {
     for (const FrameID& each : _order) {
         Entry& entry = _entries.at(each);
-        if (!entry.name && !entry.generatedNumber)
-            entry.generatedNumber = _generatedNumbers++;
+        if (entry.committed || each == frame)
+            number(entry);
         if (each == frame)
             return;
     }
+}
+
+void FrameTree::number(Entry& entry)
+{
+    if (!entry.name && !entry.generatedNumber)
+        entry.generatedNumber = _generatedNumbers++;
 }

@@ -37,11 +37,15 @@ public:
     [[nodiscard]] std::vector<Entry> detachChildren(const FrameID& frame);
 
     // The page's name for the frame, else the generated one, which it then keeps: "<!--frameN-->", N counting from 0 over the
-    // unnamed sub-frames in the order in which they came. Absent for an unknown frame.
+    // unnamed sub-frames in the order in which they came. Frames that show nothing yet, whose names may still come, are not
+    // counted meanwhile. Absent for an unknown frame.
     [[nodiscard]] NSString nameOf(const FrameID& frame);
+    // Generates the names that are missing, for all frames. For when the page is complete.
+    void nameAllFrames();
 
 private:
-    void numberUnnamedFramesThrough(const FrameID& frame);
+    void nameFramesThrough(const FrameID& frame);
+    void number(Entry& entry);
 
     std::weak_ptr<WebPage> _page;
     FrameID _mainFrame;

@@ -85,8 +85,11 @@ std::vector<DocumentSnapshot> WebPage::documents()
     std::vector<DocumentSnapshot> documents = ask([](PageEngine& engine, auto deadline) { return engine.documents(deadline); });
     for (const DocumentSnapshot& each : documents) {
         const FrameTree::Entry* entry = _frames->find(each.frame);
-        if (entry && entry->committed && entry->committed->document == each.document && each.textEncodingName)
+        if (!entry || !entry->committed || entry->committed->document != each.document)
+            continue;
+        if (each.textEncodingName)
             entry->committed->encoding = each.textEncodingName;
+        entry->committed->shownType = each.MIMEType;
     }
     return documents;
 }
@@ -94,6 +97,11 @@ std::vector<DocumentSnapshot> WebPage::documents()
 NSString WebPage::frameElement(const FrameID& frame)
 {
     return ask([&](PageEngine& engine, auto deadline) { return engine.frameElement(frame, deadline); });
+}
+
+WebVisitorIdentity WebPage::identityForURL(const NSURL& url)
+{
+    return ask([&](PageEngine& engine, auto deadline) { return engine.identityForURL(url, deadline); });
 }
 
 NSData WebPage::body(ResourceLog::Load& load)

@@ -38,9 +38,10 @@ public:
     void setEngineFailure(const NSError& failure) { _engineFailure = failure; }
 
     // Questions to the engine. Each waits a bounded time, and throws NSException when the engine is gone or does not answer.
-    // The documents as they stand; the encodings that are told with them are kept.
+    // The documents as they stand; their encodings and types are kept.
     [[nodiscard]] std::vector<DocumentSnapshot> documents();
     [[nodiscard]] NSString frameElement(const FrameID& frame);
+    [[nodiscard]] WebVisitorIdentity identityForURL(const NSURL& url);
     // A finished load's bytes. When this very load had none of its own (it was answered from memory), those of another load from
     // the same address.
     [[nodiscard]] NSData body(ResourceLog::Load& load);

@@ -29,6 +29,11 @@ bool WebView::isLoading() const
     return _page->progress().isLoading();
 }
 
+WebVisitorIdentity WebView::identityForURL(const NSURL& url) const
+{
+    return _page->identityForURL(url);
+}
+
 void WebView::stopLoading()
 {
     _page->stop();

@@ -47,6 +47,9 @@ public:
     [[nodiscard]] bool isLoading() const;
     void stopLoading();
 
+    // How the view's loads show themselves to the server of `url`. Throws NSException when the engine is gone.
+    [[nodiscard]] WebVisitorIdentity identityForURL(const NSURL& url) const;
+
     [[nodiscard]] WebPreferences& preferences() { return _preferences; }
     [[nodiscard]] const WebPreferences& preferences() const { return _preferences; }
     // The CSS media type for which pages are laid out; absent for the engine's own choice.
