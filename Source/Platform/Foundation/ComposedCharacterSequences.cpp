@@ -138,7 +138,8 @@ ComposedCharacterSequences::ComposedCharacterSequences(std::u16string_view text,
     U16_SET_CP_START(text.data(), size_t(0), characterStart);
     if (characterStart == _position && isSurelyBoundary(characterBefore(text, _position), characterAt(text, _position)))
         return;
-    loadStretch(previousSureBoundary(text, _position + 1), nextSureBoundary(text, characterStart));
+    const size_t characterEnd = characterStart + static_cast<size_t>(U16_LENGTH(characterAt(text, characterStart)));
+    loadStretch(previousSureBoundary(text, characterEnd), nextSureBoundary(text, characterStart));
     _place = static_cast<size_t>(std::upper_bound(_stretch.begin(), _stretch.end(), _position) - _stretch.begin()) - 1;
     _position = _stretch[_place];
 }
