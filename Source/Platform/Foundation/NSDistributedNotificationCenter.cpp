@@ -8,6 +8,7 @@
 #include <chrono>
 #include <condition_variable>
 #include <csignal>
+#include <cstddef>
 #include <cstdlib>
 #include <deque>
 #include <gio/gio.h>
@@ -16,6 +17,7 @@
 #include <system_error>
 #include <thread>
 #include <utility>
+#include <vector>
 
 namespace {
 
@@ -88,20 +90,22 @@ struct NSDistributedNotificationCenter::Shared {
     std::condition_variable changed;
     Phase phase = Phase::Unused;
     Clock::time_point connectingSince;
-    std::deque<DistributedNotice> queue;   // a notice stays at the front until it is sent
+    std::deque<DistributedNotice> queue;
+    size_t underWay = 0;   // how many at the front of the queue are being sent
     Owned<GDBusConnection> connection;
 
     // Whoever calls it holds the lock on the mutex; it is released for the report.
     void giveUp(std::unique_lock<std::mutex>& lock, const NSString& why);
     void run();
     static void start(const std::shared_ptr<Shared>& shared, std::unique_lock<std::mutex>& lock);
-    static NSString send(GDBusConnection* connection, const DistributedNotice& notice);
+    [[nodiscard]] NSString send(GDBusConnection* bus, const std::vector<DistributedNotice>& notices) const;
 };
 
 void NSDistributedNotificationCenter::Shared::giveUp(std::unique_lock<std::mutex>& lock, const NSString& why)
 {
     const bool wasClosed = std::exchange(phase, Phase::Gone) == Phase::Gone;
     queue.clear();
+    underWay = 0;
     connection.reset();
     changed.notify_all();
     lock.unlock();
@@ -152,9 +156,10 @@ void NSDistributedNotificationCenter::Shared::run()
         changed.wait(lock, [this] { return phase == Phase::Gone || !queue.empty(); });
         if (phase == Phase::Gone)
             return;
-        const DistributedNotice notice = queue.front();
+        const std::vector<DistributedNotice> notices(queue.begin(), queue.end());
+        underWay = notices.size();
         lock.unlock();
-        const NSString failure = send(opened.get(), notice);
+        const NSString failure = send(opened.get(), notices);
         lock.lock();
         if (phase == Phase::Gone)
             return;
@@ -162,19 +167,27 @@ void NSDistributedNotificationCenter::Shared::run()
             giveUp(lock, failure);
             return;
         }
-        queue.pop_front();
+        queue.erase(queue.begin(), queue.begin() + static_cast<std::ptrdiff_t>(std::exchange(underWay, 0)));
         changed.notify_all();
     }
 }
 
-// Sends the notice and waits until the system has taken it. Absent, or why it was not sent.
-NSString NSDistributedNotificationCenter::Shared::send(GDBusConnection* connection, const DistributedNotice& notice)
+// Sends the notices and waits until the bus has them. Absent, or why they were not sent.
+NSString NSDistributedNotificationCenter::Shared::send(GDBusConnection* bus, const std::vector<DistributedNotice>& notices) const
 {
-    const Owned<GDBusMessage> message(notice.message());
     GError* error = nullptr;
-    if (!g_dbus_connection_send_message(connection, message.get(), G_DBUS_SEND_MESSAGE_FLAGS_NONE, nullptr, &error)
-        || !g_dbus_connection_flush_sync(connection, nullptr, &error))
+    for (const DistributedNotice& notice : notices) {
+        const Owned<GDBusMessage> message(notice.message());
+        if (!g_dbus_connection_send_message(bus, message.get(), G_DBUS_SEND_MESSAGE_FLAGS_NONE, nullptr, &error))
+            return takeText(error);
+    }
+    // The bus works in order, so its answer to this tells that it has the notices. Having written them would not be enough: when a
+    // process ends with something of the bus's unread, the system discards what the bus has not read yet.
+    GVariant* answer = g_dbus_connection_call_sync(bus, "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
+        "GetId", nullptr, nullptr, G_DBUS_CALL_FLAGS_NONE, G_MAXINT, cancellable.get(), &error);
+    if (!answer)
         return takeText(error);
+    g_variant_unref(answer);
     return {};
 }
 
@@ -237,9 +250,8 @@ void NSDistributedNotificationCenter::postNotificationName(
         Shared::start(_shared, lock);
     if (_shared->phase == Shared::Phase::Gone)
         return;
-    // The front one may be on its way; it is the sender's to remove.
-    if (_shared->queue.size() >= LongestQueue)
-        _shared->queue.erase(_shared->queue.begin() + 1);
+    if (_shared->queue.size() - _shared->underWay >= LongestQueue)
+        _shared->queue.erase(_shared->queue.begin() + static_cast<std::ptrdiff_t>(_shared->underWay));
     _shared->queue.push_back({name, object, userInfo});
     _shared->changed.notify_all();
 }

@@ -45,7 +45,7 @@ public:
     void postNotificationName(
         const NSString& name, const NSString& object, const NSDictionary& userInfo, bool deliverImmediately);
 
-    // For the end of a program: waits until everything posted has been handed to the system, for at most `seconds`. Returns at once
+    // For the end of a program: waits until the bus has everything posted, for at most `seconds`. Returns at once
     // when nothing is waiting; and while the bus is still being connected to, the wait ends 0.1 s after that has begun. Whether nothing is
     // waiting any more.
     bool flush(double seconds);

@@ -22,7 +22,7 @@ std::string timeStamp()
     tm local = {};
     ::localtime_r(&now.tv_sec, &local);
     std::array<char, 64> seconds = {};
-    std::array<char, 16> fraction = {};
+    std::array<char, 32> fraction = {};
     std::array<char, 16> zone = {};
     std::strftime(seconds.data(), seconds.size(), "%Y-%m-%d %H:%M:%S", &local);
     std::snprintf(fraction.data(), fraction.size(), ".%06ld", now.tv_nsec / 1000);
