@@ -28,6 +28,9 @@ bool joinsWhatIsBefore(UGraphemeClusterBreak property)
 // more; where it is not sure the break iterator decides.
 bool isSurelyBoundary(UChar32 before, UChar32 after)
 {
+    // Half of a pair is no character on which a mark could stand.
+    if (U_IS_SURROGATE(before) || U_IS_SURROGATE(after))
+        return true;
     const UGraphemeClusterBreak left = breakProperty(before);
     const UGraphemeClusterBreak right = breakProperty(after);
     if (left == U_GCB_CR || left == U_GCB_LF || left == U_GCB_CONTROL || right == U_GCB_CR || right == U_GCB_LF

@@ -165,7 +165,7 @@ NSString textOfBytes(const char* bytes, std::optional<int> limit)
             --start;
         if (start > 0) {
             const auto lead = static_cast<unsigned char>(text[start - 1]);
-            const size_t needed = lead >= 0xf0 ? 4 : lead >= 0xe0 ? 3 : lead >= 0xc0 ? 2 : 1;
+            const size_t needed = lead > 0xf4 ? 1 : lead >= 0xf0 ? 4 : lead >= 0xe0 ? 3 : lead >= 0xc0 ? 2 : 1;
             if (needed > text.size() - start + 1)
                 text = text.substr(0, start - 1);
         }

@@ -120,8 +120,8 @@ public:
     [[nodiscard]] NSComparisonResult localizedCompare(const NSString& other, uint64_t options = 0) const;
 
     // The composed character sequence that holds the unit at `index`, which must be below the length: a base character with
-    // its combining marks, a surrogate pair, or an emoji sequence. These are the extended grapheme clusters of Unicode, but CR and LF
-    // stand alone. To walk a text use ComposedCharacterSequences. Absent receiver: an empty range.
+    // its combining marks, a surrogate pair, or an emoji sequence. These are the extended grapheme clusters of Unicode, but CR, LF
+    // and unpaired surrogates stand alone. To walk a text use ComposedCharacterSequences. Absent receiver: an empty range.
     [[nodiscard]] NSRange rangeOfComposedCharacterSequenceAtIndex(size_t index) const;
     // The line or lines that `range` touches; a range of length 0 touches the line that holds its location. Lines end at LF, CR, CR LF,
     // U+0085, U+2028 and U+2029. A range that leaves the text raises NSRangeException.

@@ -123,10 +123,11 @@ const char* converterNameOfEncoding(NSStringEncoding encoding)
 
 std::optional<NSStringEncoding> NSStringEncodingFromIANAName(const NSString& name)
 {
-    const auto bytes = name.strictUTF8();
-    if (!bytes || bytes->empty() || bytes->find('\0') != std::string::npos)
+    // ICU passes over what is neither a letter nor a digit, so that "utf-8é" would be UTF-8.
+    const std::u16string_view units = name.units();
+    if (units.empty() || std::any_of(units.begin(), units.end(), [](char16_t unit) { return unit <= 0x20 || unit >= 0x7f; }))
         return {};
-    const char* const converter = canonicalConverterName(bytes->c_str());
+    const char* const converter = canonicalConverterName(std::string(units.begin(), units.end()).c_str());
     if (!converter)
         return {};
     const auto found = encodingsByConverter().find(converter);
