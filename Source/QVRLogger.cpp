@@ -31,7 +31,7 @@ public:
     }
 
     // `switches` are those of `logger`, or null with it.
-    void set(std::shared_ptr<QVRLogger> logger, std::unique_ptr<const QVRLogger::AreaSwitches> switches)
+    void set(std::shared_ptr<QVRLogger> logger, std::unique_ptr<const QVRAreaSwitches> switches)
     {
         const std::lock_guard lock(_lock);
         _switches.store(switches.get(), std::memory_order_release);
@@ -41,22 +41,17 @@ public:
         _logger.swap(logger);
     }
 
-    const QVRLogger::AreaSwitches* switches() const { return _switches.load(std::memory_order_acquire); }
+    const QVRAreaSwitches* switches() const { return _switches.load(std::memory_order_acquire); }
 
 private:
     std::mutex _lock;
     std::shared_ptr<QVRLogger> _logger;
-    std::atomic<const QVRLogger::AreaSwitches*> _switches = nullptr;
-    // Kept to the end of the process, since another thread may still be reading one. They share the loggers' entries and there is one
-    // for each logger that was ever set, which is one in most processes.
-    std::vector<std::unique_ptr<const QVRLogger::AreaSwitches>> _allSwitches;
+    std::atomic<const QVRAreaSwitches*> _switches = nullptr;
+    // Kept to the end of the process, since another thread may still be reading one. There is one for each logger that was ever set,
+    // which is one in most processes.
+    std::vector<std::unique_ptr<const QVRAreaSwitches>> _allSwitches;
 };
 
-}
-
-bool QVRLogger::AreaSwitches::isEnabled(const NSString& area) const
-{
-    return areAllOn || !area || switches.objectForKey(area).boolValue();
 }
 
 std::shared_ptr<QVRLogger> QVRLogger::sharedLogger()
@@ -68,7 +63,7 @@ std::shared_ptr<QVRLogger> QVRLogger::sharedLogger()
 
 void QVRLogger::setSharedLogger(std::shared_ptr<QVRLogger> logger)
 {
-    auto switches = logger ? std::make_unique<const AreaSwitches>(logger->_areaSwitches) : nullptr;
+    auto switches = logger ? std::make_unique<const QVRAreaSwitches>(logger->_areaSwitches) : nullptr;
     SharedSlot::instance().set(std::move(logger), std::move(switches));
 }
 
@@ -79,8 +74,8 @@ void QVRLogger::setUpWithPersistentDomainName(const NSString& domainName)
 
 bool QVRLogger::isSharedLoggerEnabledForArea(const NSString& area)
 {
-    const AreaSwitches* switches = SharedSlot::instance().switches();
-    return !switches || switches->isEnabled(area);
+    const QVRAreaSwitches* switches = SharedSlot::instance().switches();
+    return !switches || switches->isOn(area);
 }
 
 std::shared_ptr<QVRLogger> QVRLogger::init()
@@ -114,12 +109,12 @@ QVRLogger::QVRLogger(const NSDictionary& dictionary, std::unique_ptr<QVRLogWrite
       _writer(std::move(writer))
 {
     _defaultsDictionary.addEntriesFromDictionary(dictionary);
-    _areaSwitches = {isOptionEnabled(QVRLoggerAllAreas), _defaultsDictionary};
+    _areaSwitches = QVRAreaSwitches(_defaultsDictionary);
 }
 
 bool QVRLogger::isEnabledForArea(const NSString& area) const
 {
-    return _areaSwitches.isEnabled(area);
+    return _areaSwitches.isOn(area);
 }
 
 bool QVRLogger::isOptionEnabled(const NSString& key) const

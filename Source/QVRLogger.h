@@ -4,6 +4,7 @@
 #include "Platform/Foundation/NSDictionary.h"
 #include "Platform/Foundation/NSObject.h"
 #include "Platform/Foundation/NSString.h"
+#include "QVRAreaSwitches.h"
 #include "QVRLogWriter.h"
 #include "SourceLocation.h"
 
@@ -95,17 +96,10 @@ public:
                 site.location.file, site.location.line, site.location.function, site.area, NSString(format), arguments...);
     }
 
-    // The part of a logger that answers for areas.
-    struct AreaSwitches {
-        bool areAllOn = false;   // option QVRLoggerAllAreas
-        NSDictionary switches;   // by area; shares the logger's entries
-        [[nodiscard]] bool isEnabled(const NSString& area) const;
-    };
-
 private:
     [[nodiscard]] NSString prefixFor(const char* file, unsigned long line, const char* function, const NSString& area) const;
 
     NSMutableDictionary _defaultsDictionary;
     std::unique_ptr<QVRLogWriter> _writer;
-    AreaSwitches _areaSwitches;
+    QVRAreaSwitches _areaSwitches;   // made of the dictionary
 };

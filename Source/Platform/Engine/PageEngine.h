@@ -51,6 +51,12 @@ struct DocumentSnapshot {
     NSString textEncodingName;   // in which the engine read the document: "windows-1252"; absent when it does not tell
 };
 
+// How the engine shows itself to a server.
+struct WebVisitorIdentity {
+    NSString userAgent;   // absent when the engine does not tell
+    NSString cookies;     // the value of the Cookie field; absent when there are none
+};
+
 // What happens in a page. All calls come inside runs of the run loop, on the main thread, and may call the engine or run the loop.
 class PageEngineClient {
 public:
@@ -122,6 +128,12 @@ public:
     [[nodiscard]] virtual std::vector<DocumentSnapshot> documents(std::chrono::steady_clock::time_point deadline) = 0;
     // The body of a finished load: the server's bytes after content-decoding. Absent when there is none. Waits as documents does.
     [[nodiscard]] virtual NSData body(const ResourceID& resource, std::chrono::steady_clock::time_point deadline) = 0;
+    // What the engine would send to `url`. Empty when the engine cannot answer.
+    [[nodiscard]] virtual WebVisitorIdentity identityForURL(
+        const NSURL& /*url*/, std::chrono::steady_clock::time_point /*deadline*/)
+    {
+        return {};
+    }
     // The local name of the element that holds the frame: "iframe", "frame", "object", "embed". Absent for the main frame, and when the
     // engine does not tell. Waits as documents does.
     [[nodiscard]] virtual NSString frameElement(const FrameID& frame, std::chrono::steady_clock::time_point deadline) = 0;

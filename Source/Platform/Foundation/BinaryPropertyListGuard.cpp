@@ -56,7 +56,28 @@ struct Checker {
         uint64_t size = 0;   // bytes of its own
         bool isDictionary = false;
         bool isString = false;
+        bool hasNull = false;
     };
+
+    // Whether the library can tell the text at `offset`; sets whether it holds a null character.
+    [[nodiscard]] bool isReadableText(uint64_t kind, uint64_t offset, Object& text) const
+    {
+        if (kind == 0x5)
+            return std::find(bytes.begin() + static_cast<std::ptrdiff_t>(offset),
+                       bytes.begin() + static_cast<std::ptrdiff_t>(offset + text.size), std::byte{0})
+                == bytes.begin() + static_cast<std::ptrdiff_t>(offset + text.size);
+        if (kind != 0x6)
+            return true;
+        bool awaitsLow = false;
+        for (uint64_t i = 0; i < text.size; i += 2) {
+            const uint64_t unit = number(offset + i, 2);
+            if ((unit >> 10 == 0x37) != awaitsLow)   // a low surrogate
+                return false;
+            awaitsLow = unit >> 10 == 0x36;   // a high one
+            text.hasNull |= unit == 0;
+        }
+        return !awaitsLow;
+    }
 
     [[nodiscard]] std::optional<Object> object(uint64_t index) const
     {
@@ -67,7 +88,7 @@ struct Checker {
         const uint64_t kind = marker >> 4;
         const uint64_t low = marker & 15;
         const auto scalar = [&](uint64_t size) -> std::optional<Object> {
-            return size <= offsetTable - at ? std::optional<Object>(Object{0, 0, size, false, false}) : std::nullopt;
+            return size <= offsetTable - at ? std::optional<Object>(Object{0, 0, size, false, false, false}) : std::nullopt;
         };
         switch (kind) {
         case 0x0:   // false and true
@@ -110,12 +131,15 @@ struct Checker {
             const uint64_t width = kind == 0x6 ? 2 : 1;
             if (count > room / width)
                 return {};
-            return Object{0, 0, count * width, false, kind != 0x4};
+            Object found{0, 0, count * width, false, kind != 0x4, false};
+            if (!isReadableText(kind, at, found))
+                return {};
+            return found;
         }
         const uint64_t perElement = kind == 0xd ? 2 : 1;
         if (count > room / (referenceSize * perElement))
             return {};
-        return Object{at, count * perElement, 0, kind == 0xd, false};
+        return Object{at, count * perElement, 0, kind == 0xd, false, false};
     }
 
     // Walks the objects depth first; each is measured once, when all that it holds has been.
@@ -125,8 +149,8 @@ struct Checker {
             enum { New, Open, Done } state = New;
             uint64_t objects = 1;
             uint64_t bytes = 0;
-            int height = 0;   // containers inside each other, this one included
-            bool isString = false;
+            int height = 0;       // containers inside each other, this one included
+            bool isKey = false;   // it can be one
         };
         struct Step {
             uint64_t index;
@@ -142,7 +166,7 @@ struct Checker {
                 return false;
             measures[index].state = Measure::Open;
             measures[index].bytes = found->size;
-            measures[index].isString = found->isString;
+            measures[index].isKey = found->isString && !found->hasNull;
             steps.push_back({index, *found});
             return true;
         };
@@ -172,7 +196,7 @@ struct Checker {
                 continue;
             }
             // The first half of a dictionary's references are its keys.
-            if (step.object.isDictionary && step.next < step.object.references / 2 && !inner.isString)
+            if (step.object.isDictionary && step.next < step.object.references / 2 && !inner.isKey)
                 return false;
             // Measured by now: count it for this use.
             measure.objects += inner.objects;

@@ -190,10 +190,24 @@ private:
 
     [[nodiscard]] static bool writeString(std::u16string_view units, Output& output)
     {
-        const bool isASCII = std::all_of(units.begin(), units.end(), [](char16_t unit) { return unit < 0x80; });
-        if (!writeMarker(isASCII ? ASCIIMarker : UTF16Marker, units.size(), output))
+        // Text with null characters stands in UTF-16 too: there readers do not take them for its end.
+        const bool isPlain = std::all_of(units.begin(), units.end(), [](char16_t unit) { return unit > 0 && unit < 0x80; });
+        if (!writeMarker(isPlain ? ASCIIMarker : UTF16Marker, units.size(), output))
             return false;
-        return std::all_of(units.begin(), units.end(), [&](char16_t unit) { return output.number(unit, isASCII ? 1 : 2); });
+        for (size_t i = 0; i < units.size(); ++i) {
+            if (!output.number(isUnpaired(units, i) ? u'\ufffd' : units[i], isPlain ? 1 : 2))
+                return false;
+        }
+        return true;
+    }
+
+    // Whether a surrogate stands at `i` without the other half. Many readers refuse a whole file for one.
+    [[nodiscard]] static bool isUnpaired(std::u16string_view units, size_t i)
+    {
+        const auto isHigh = [](char16_t unit) { return unit >> 10 == 0x36; };
+        const auto isLow = [](char16_t unit) { return unit >> 10 == 0x37; };
+        return isHigh(units[i]) ? i + 1 == units.size() || !isLow(units[i + 1])
+                                : isLow(units[i]) && (i == 0 || !isHigh(units[i - 1]));
     }
 
     [[nodiscard]] bool writeReferences(const Object& object, size_t count, unsigned size, Output& output) const

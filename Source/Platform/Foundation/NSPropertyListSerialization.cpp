@@ -65,6 +65,8 @@ Defect defectOf(const Value& value, int depth)
         return {};
     }
     for (const auto& [key, object] : value.dictionary()) {
+        if (key.units().find(u'\0') != std::u16string_view::npos)
+            return {u"a key with a null character", {}};
         if (Defect found = defectOf(object, depth + 1)) {
             found.place.insert(0, NSString::stringWithFormat(u"[\"%@\"]", key).units());
             return found;

@@ -5,9 +5,11 @@
 #include <unicode/ucol.h>
 #include <unicode/utf16.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <map>
 #include <memory>
+#include <optional>
 #include <utility>
 
 namespace {
@@ -86,6 +88,21 @@ NSComparisonResult compareFolded(std::u16string_view first, std::u16string_view 
     return resultOf(!a.isAtEnd(), !b.isAtEnd());
 }
 
+// The order of two texts whose first difference is one of printable ASCII characters without marks, which no folding is asked to touch.
+// Most comparisons are settled so, and it takes a fraction of the time. Nothing when only the texts' keys can tell.
+std::optional<NSComparisonResult> compareAtFirstDifference(std::u16string_view first, std::u16string_view second)
+{
+    const auto [a, b] = std::mismatch(first.begin(), first.end(), second.begin(), second.end());
+    const auto standsAlone = [](auto unit, auto end) {
+        return unit == end || (*unit >= u' ' && *unit <= u'~' && (unit + 1 == end || *(unit + 1) < u'\u0300'));
+    };
+    if (!standsAlone(a, first.end()) || !standsAlone(b, second.end()))
+        return std::nullopt;
+    if (a == first.end() || b == second.end())
+        return resultOf(a != first.end(), b != second.end());
+    return resultOf(*a, *b);
+}
+
 struct CollatorCloser {
     void operator()(UCollator* collator) const { ucol_close(collator); }
 };
@@ -151,6 +168,10 @@ NSComparisonResult NSString::compare(const NSString& other, uint64_t options) co
         NSCaseInsensitiveSearch | NSDiacriticInsensitiveSearch | NSWidthInsensitiveSearch | NSNumericSearch;
     if ((options & NSLiteralSearch) && !(options & foldings))
         return resultOf(_text->compare(*other._text), 0);
+    if (!(options & foldings)) {
+        if (const auto result = compareAtFirstDifference(units(), other.units()))
+            return *result;
+    }
     return compareFolded(units(), other.units(), options);
 }
 

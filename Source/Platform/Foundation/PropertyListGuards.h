@@ -13,6 +13,7 @@
 [[nodiscard]] bool isStrictXMLPropertyList(std::string_view text, int deepestNesting);
 
 // Whether `bytes` is a binary property list ("bplist00") whose objects all lie inside it, are of known kinds, hold integers of at
-// most 63 bits and a sign, are nested at most `deepestNesting` times without circles, and do not unfold to more than a few times
+// most 63 bits and a sign and text that the library gives back whole (no null character in ASCII text or a key, no unpaired
+// surrogate), are nested at most `deepestNesting` times without circles, and do not unfold to more than a few times
 // the input.
 [[nodiscard]] bool isBoundedBinaryPropertyList(std::span<const std::byte> bytes, int deepestNesting);

@@ -84,7 +84,7 @@ private:
                 result += "&#13;";   // a plain one would be read as a line feed
             else if (byte < 0x20 && byte != '\t' && byte != '\n')
                 result += "\xef\xbf\xbd";
-            else if (isNoncharacter(bytes.substr(i, 3))) {
+            else if (byte == 0xef && isNoncharacter(bytes.substr(i, 3))) {
                 result += "\xef\xbf\xbd";
                 i += 2;
             } else

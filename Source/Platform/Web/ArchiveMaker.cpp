@@ -27,8 +27,10 @@ std::vector<WebResource> resourcesOf(WebPage& page, const DocumentID& document, 
     std::vector<WebResource> result;
     for (ResourceLog::Load* load : page.resources().finishedLoads(document, unlisted)) {
         NSURLResponse response = load->response;
-        if (const ResourceLog::Load* other = response ? nullptr : page.resources().latestAnswer(load->address))
-            response = other->response;
+        if (!response) {
+            for (const ResourceLog::Load* other : page.resources().otherAnswers(*load))
+                response = response ? response : other->response;
+        }
         const NSData body = page.body(*load);
         result.emplace_back(body ? body : NSData::dataWithBytes({}), NSURL::URLWithString(load->address), response.MIMEType(),
             response.textEncodingName());

@@ -97,7 +97,8 @@ void ResourceLog::finish(const ResourceID& name)
     if (earlier && rankOf(*earlier) > rankOf(*load))
         return drop(name);
     const ResourceID replaced = std::exchange(answer, name);
-    const ResourceID outdated = std::exchange(_answers[std::u16string(load->address.units())], name);
+    Answers& answers = _answers.try_emplace(std::u16string(load->address.units()), Answers{name, name}).first->second;
+    const ResourceID outdated = std::exchange(answers.latest, name);
     for (const ResourceID& each : {replaced, outdated}) {
         if (!each.empty() && each != name && !isInUse(each))
             drop(each);
@@ -136,10 +137,18 @@ std::vector<ResourceLog::Load*> ResourceLog::finishedLoads(const DocumentID& doc
     return result;
 }
 
-ResourceLog::Load* ResourceLog::latestAnswer(const NSString& address)
+std::vector<ResourceLog::Load*> ResourceLog::otherAnswers(const Load& load)
 {
-    const auto found = _answers.find(std::u16string(address.units()));
-    return found == _answers.end() ? nullptr : find(found->second);
+    std::vector<Load*> result;
+    const auto answers = _answers.find(std::u16string(load.address.units()));
+    if (answers == _answers.end())
+        return result;
+    for (const ResourceID& name : {answers->second.first, answers->second.latest}) {
+        Load* other = find(name);
+        if (other && other != &load && (result.empty() || result.front() != other))
+            result.push_back(other);
+    }
+    return result;
 }
 
 void ResourceLog::forget(const DocumentID& document)
@@ -159,7 +168,8 @@ void ResourceLog::forgetAllBut(const DocumentID& document)
 {
     std::erase_if(_documents, [&](const auto& entry) { return entry.first != document; });
     std::erase_if(_loads, [&](const auto& entry) { return entry.second.document != document; });
-    std::erase_if(_answers, [&](const auto& entry) { return !_loads.contains(entry.second); });
+    std::erase_if(_answers,
+        [&](const auto& entry) { return !_loads.contains(entry.second.first) || !_loads.contains(entry.second.latest); });
 }
 
 void ResourceLog::drop(const ResourceID& name)
@@ -192,5 +202,5 @@ bool ResourceLog::isAnswer(const Load& load) const
     if (load.state != State::Finished || !load.address)
         return false;
     const auto found = _answers.find(std::u16string(load.address.units()));
-    return found != _answers.end() && found->second == load.name;
+    return found != _answers.end() && (found->second.first == load.name || found->second.latest == load.name);
 }

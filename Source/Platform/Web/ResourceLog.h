@@ -47,10 +47,10 @@ public:
     // The finished loads of a document, one for each address, in the order of first use; without `data:` and `blob:` addresses,
     // and without `unlisted`. Valid as add says.
     [[nodiscard]] std::vector<Load*> finishedLoads(const DocumentID& document, const Addresses& unlisted);
-    // The load, by whatever document, that answered an address last. Null when there is none.
-    [[nodiscard]] Load* latestAnswer(const NSString& address);
+    // Other loads from the same address, by whatever document: the first one that was answered, and the latest. Valid as add says.
+    [[nodiscard]] std::vector<Load*> otherAnswers(const Load& load);
 
-    // Drops a document's loads. Answers stay for latestAnswer.
+    // Drops a document's loads, but for what otherAnswers gives.
     void forget(const DocumentID& document);
     // Drops everything but that document's loads.
     void forgetAllBut(const DocumentID& document);
@@ -69,10 +69,15 @@ private:
     void drop(const ResourceID& name);
     // Whether a document lists it.
     [[nodiscard]] bool isInUse(const ResourceID& name) const;
-    // Whether latestAnswer gives it.
+    // Whether otherAnswers gives it.
     [[nodiscard]] bool isAnswer(const Load& load) const;
 
     std::unordered_map<ResourceID, Load> _loads;
     std::unordered_map<DocumentID, Document> _documents;
-    std::unordered_map<std::u16string, ResourceID> _answers;   // address -> load
+    // Loads from one address; the same one when there was one only.
+    struct Answers {
+        ResourceID first;
+        ResourceID latest;
+    };
+    std::unordered_map<std::u16string, Answers> _answers;   // by address
 };

@@ -12,8 +12,8 @@
 // contents. A default-constructed one is absent.
 //
 // Its data is a property list: "WebMainResource" (dictionary), "WebSubresources" and "WebSubframeArchives" (arrays, absent when
-// empty); a resource has "WebResourceData", "WebResourceURL" (text), "WebResourceMIMEType", "WebResourceTextEncodingName" and
-// "WebResourceFrameName", each when it is known.
+// empty); a resource has "WebResourceData" and "WebResourceMIMEType" (empty when there is none), "WebResourceURL" (text),
+// "WebResourceTextEncodingName" and "WebResourceFrameName", each when it is known.
 class WebArchive {
 public:
     WebArchive() = default;

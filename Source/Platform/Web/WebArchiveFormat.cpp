@@ -18,11 +18,12 @@ NSDictionary propertyListOfResource(const WebResource& resource)
         if (value)
             result.setObject(value, key);
     };
-    // Readers drop a resource without this key, so one without bytes has empty ones.
+    // Readers expect bytes and a type: where there are none, empty ones.
     const NSData data = resource.data();
+    const NSString type = resource.MIMEType();
     result.setObject(data ? data : NSData::dataWithBytes({}), dataKey);
     setIfKnown(resource.URL().absoluteString(), urlKey);
-    setIfKnown(resource.MIMEType(), MIMETypeKey);
+    result.setObject(type ? type : NSString(u""), MIMETypeKey);
     setIfKnown(resource.textEncodingName(), textEncodingNameKey);
     setIfKnown(resource.frameName(), frameNameKey);
     return result;
@@ -38,7 +39,7 @@ WebResource resourceFromPropertyList(const Value& propertyList)
     const NSString frameName = resource[frameNameKey].string();
     if (!data && !url && !type && !encoding && !frameName)
         return {};
-    return WebResource(data, NSURL::URLWithString(url), type, encoding, frameName);
+    return WebResource(data, NSURL::URLWithString(url), type.length() > 0 ? type : NSString(), encoding, frameName);
 }
 
 }

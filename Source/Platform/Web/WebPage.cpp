@@ -114,8 +114,11 @@ NSData WebPage::body(ResourceLog::Load& load)
         return of.body;
     };
     NSData body = ownBody(load);
-    if (body || !load.address)
+    if (body)
         return body;
-    ResourceLog::Load* other = _resources.latestAnswer(load.address);
-    return other && other != &load ? ownBody(*other) : body;
+    for (ResourceLog::Load* other : _resources.otherAnswers(load)) {
+        if ((body = ownBody(*other)))
+            break;
+    }
+    return body;
 }

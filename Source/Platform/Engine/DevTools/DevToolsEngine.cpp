@@ -19,7 +19,7 @@ using std::chrono::steady_clock;
 using namespace std::chrono_literals;
 
 // How often an engine that says nothing is asked whether it lives, and how long it may then stay silent.
-constexpr auto lifeInterval = 1s;
+constexpr auto lifeInterval = 500ms;
 constexpr auto longestSilence = 3s;
 
 // News that nobody here needs. The network events are most of what the engine says; those that are not read are not even parsed.
@@ -81,14 +81,13 @@ std::unique_ptr<PageEngine> makePageEngine(const PageEngineOptions& options)
 DevToolsEngine::DevToolsEngine(const PageEngineOptions& options) : _nobody(std::make_unique<Nobody>())
 {
     _link.client = _nobody.get();
-    _gate.onStreamReply = [this](const std::string& id, const Connection::Reply& reply) { _resources.streamReply(id, reply); };
     _gate.onBodyTaken = [this](const DocumentID& document, NSData body) {
         _standIns.insert(document);
         _resources.setBody(document, std::move(body));
     };
     _gate.onRefusedTooLate = [this] { stop(); };
     _gate.onChallenge = [this](const DocumentID& document, const NSURLResponse& response) {
-        _resources.refuseAuthentication(document, response);
+        _link.client->authenticationRefused(document, response);
     };
     _resources.onActivity = [this](const std::string& networkID) { documentActivity(networkID); };
     _resources.onDocumentResponse = [this](const DocumentID& document, const NSURLResponse& response) {
@@ -202,11 +201,10 @@ void DevToolsEngine::attached(const JSONView& content)
 void DevToolsEngine::prepare(const std::string& session, bool isPage)
 {
     _sessions.insert(session);
-    _link.send(session, "Network.enable", R"({"maxTotalBufferSize":1000000000,"maxResourceBufferSize":500000000})",
-        [this, session, isPage](const Connection::Reply&) {
-            if (isPage)
-                _gate.open(session);
-        });
+    _link.send(session, "Network.enable", ResourceTracker::networkParameters, [this, session, isPage](const Connection::Reply&) {
+        if (isPage)
+            _gate.open(session);
+    });
     if (!isPage)
         return;
     _link.send(session, "Page.enable");
@@ -353,18 +351,17 @@ void DevToolsEngine::askForTitle()
     _isAskingForTitle = true;
     _link.send(_link.pageSession, "Runtime.evaluate",
         R"JSON({"expression":"Object.getOwnPropertyDescriptor(Document.prototype,'title').get.call(document)","returnByValue":true})JSON",
-})",
         [this](const Connection::Reply& reply) {
-    _isAskingForTitle = false;
-    if (std::exchange(_shouldAskAgain, false))
-        askForTitle();
-    const NSString title = reply.refusal ? NSString() : reply.result.object("result").string("value");
-    const FrameTracker::Frame* main = _frames.find(mainFrame());
-    if (title.length() == 0 || main->document.empty() || (title == _title && main->document == _titledDocument))
-        return;
-    _title = title;
-    _titledDocument = main->document;
-    _link.client->titleChanged(mainFrame(), title);
+            _isAskingForTitle = false;
+            if (std::exchange(_shouldAskAgain, false))
+                askForTitle();
+            const NSString title = reply.refusal ? NSString() : reply.result.object("result").string("value");
+            const FrameTracker::Frame* main = _frames.find(mainFrame());
+            if (title.length() == 0 || main->document.empty() || (title == _title && main->document == _titledDocument))
+                return;
+            _title = title;
+            _titledDocument = main->document;
+            _link.client->titleChanged(mainFrame(), title);
         });
 }
 
@@ -375,7 +372,8 @@ void DevToolsEngine::checkLife()
         return;
     if (_askedForLife && now - std::max(*_askedForLife, _connection->lastHeard()) > longestSilence) {
         fail(_hasAnswered
-                ? loadError(NSURLErrorDomain, NSURLErrorUnknown, {}, u"The page engine does not answer any more.")
+                ? engineError(EngineErrorDoesNotAnswer, u"The page engine does not answer any more.",
+                    u"Try again; when it happens every time, install another version of the package chromium-headless-shell.")
                 : engineError(EngineErrorDoesNotAnswer, u"The page engine does not answer.",
                     u"Check that the engine's command can be run by hand, or install the package chromium-headless-shell."));
         return;
@@ -424,14 +422,41 @@ std::vector<DocumentSnapshot> DevToolsEngine::documents(steady_clock::time_point
     if (_failure)
         throw NSException(NSGenericException,
             _failure.localizedFailureReason() ? _failure.localizedFailureReason() : _failure.localizedDescription());
+    // The bytes are wanted next: the engine prepares them while it is asked for the documents.
+    _resources.askForBodies();
     return _reader.documents(
         deadline, _settings.javaScriptEnabled, [this](const DocumentID& document) { return _standIns.contains(document); });
 }
 
 NSData DevToolsEngine::body(const ResourceID& resource, steady_clock::time_point deadline)
 {
-    return _resources.body(
-        resource, deadline, [this, deadline](const DocumentID& document) { return _reader.encodingName(document, deadline); });
+    return _resources.body(resource, deadline);
+}
+
+WebVisitorIdentity DevToolsEngine::identityForURL(const NSURL& url, steady_clock::time_point deadline)
+{
+    struct Answer {
+        WebVisitorIdentity identity;
+        int awaited = 2;
+    };
+    const auto answer = std::make_shared<Answer>();
+    if (!_connection || !_connection->isOpen() || _link.pageSession.empty())
+        return {};
+    _link.send({}, "Browser.getVersion", "{}", [answer](const Connection::Reply& reply) {
+        --answer->awaited;
+        answer->identity.userAgent = reply.result.string("userAgent");
+    });
+    const json cookies = {{"urls", {url.absoluteString().UTF8()}}};
+    _link.send(_link.pageSession, "Network.getCookies", cookies.dump(), [answer](const Connection::Reply& reply) {
+        --answer->awaited;
+        std::string list;
+        reply.result.forEachIn("cookies", [&](JSONView cookie) {
+            list += (list.empty() ? "" : "; ") + std::string(cookie.text("name")) + "=" + std::string(cookie.text("value"));
+        });
+        if (!list.empty())
+            answer->identity.cookies = NSString::stringWithRepairedUTF8(list);
+    });
+    return _connection->waitForReplies([&] { return answer->awaited == 0; }, deadline) ? answer->identity : WebVisitorIdentity();
 }
 
 NSString DevToolsEngine::frameElement(const FrameID& frame, steady_clock::time_point deadline)

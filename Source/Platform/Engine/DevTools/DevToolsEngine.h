@@ -31,6 +31,7 @@ public:
     void stop() override;
     [[nodiscard]] std::vector<DocumentSnapshot> documents(std::chrono::steady_clock::time_point deadline) override;
     [[nodiscard]] NSData body(const ResourceID& resource, std::chrono::steady_clock::time_point deadline) override;
+    [[nodiscard]] WebVisitorIdentity identityForURL(const NSURL& url, std::chrono::steady_clock::time_point deadline) override;
     [[nodiscard]] NSString frameElement(const FrameID& frame, std::chrono::steady_clock::time_point deadline) override;
 
 private:

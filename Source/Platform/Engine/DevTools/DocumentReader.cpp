@@ -53,9 +53,6 @@ constexpr std::string_view readDocument = R"JS(((scripting) => {
     return {markup, type, url: of('URL'), encoding: of('characterSet')};
 }))JS";
 
-constexpr std::string_view readEncoding =
-    "({encoding: Object.getOwnPropertyDescriptor(Document.prototype, 'characterSet').get.call(document)})";
-
 [[noreturn]] void throwUnanswered()
 {
     throw NSException(NSGenericException, u"The page engine did not answer in time.");
@@ -136,17 +133,6 @@ std::vector<DocumentSnapshot> DocumentReader::documents(std::chrono::steady_cloc
             result.push_back(std::move(answered->second));
     }
     return result;
-}
-
-NSString DocumentReader::encodingName(const DocumentID& document, std::chrono::steady_clock::time_point deadline)
-{
-    const FrameID frame = _frames.frameShowing(document);
-    NSString name;
-    if (!frame.empty()) {
-        ask({frame}, std::string(readEncoding), deadline,
-            [&](const FrameID&, const JSONView& value) { name = value.string("encoding"); });
-    }
-    return name;
 }
 
 NSString DocumentReader::frameElement(const FrameID& frame, std::chrono::steady_clock::time_point deadline)

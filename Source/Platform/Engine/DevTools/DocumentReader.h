@@ -17,8 +17,6 @@ public:
     // from the server: its markup is absent.
     [[nodiscard]] std::vector<DocumentSnapshot> documents(std::chrono::steady_clock::time_point deadline, bool scriptingEnabled,
         const std::function<bool(const DocumentID&)>& isStandIn);
-    // The name of the encoding in which the document was read; absent when its frame shows it no more.
-    [[nodiscard]] NSString encodingName(const DocumentID& document, std::chrono::steady_clock::time_point deadline);
 
     // The local name of the element that holds the frame; absent for the main frame and when the engine does not tell.
     [[nodiscard]] NSString frameElement(const FrameID& frame, std::chrono::steady_clock::time_point deadline);

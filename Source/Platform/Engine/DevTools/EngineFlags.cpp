@@ -63,8 +63,11 @@ std::vector<std::string> engineFlags(NSSize viewSize, bool withoutSandbox)
         "--disable-features=BackForwardCache,Translate,OptimizationHints,MediaRouter,DialMediaRouteProvider,"
         "AutofillServerCommunication",
     };
-    if (withoutSandbox)
+    if (withoutSandbox) {
         flags.emplace_back("--no-sandbox");
+        // The process that others are forked from serves the sandbox; without that, it only costs.
+        flags.emplace_back("--no-zygote");
+    }
     // Started with a page, the engine has one ready when it answers for the first time.
     flags.emplace_back("about:blank");
     return flags;

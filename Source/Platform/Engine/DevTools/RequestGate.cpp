@@ -34,8 +34,7 @@ json headerList(const NSDictionary& fields)
 void RequestGate::enable(const std::string& session)
 {
     _link.send(session, "Fetch.enable",
-        R"({"patterns":[{"resourceType":"Document","requestStage":"Request"},{"resourceType":"Document","requestStage":"Response"},)"
-        R"({"resourceType":"Stylesheet","requestStage":"Response"},{"resourceType":"Script","requestStage":"Response"}]})");
+        R"({"patterns":[{"resourceType":"Document","requestStage":"Request"},{"resourceType":"Document","requestStage":"Response"}]})");
 }
 
 void RequestGate::open(const std::string& session)
@@ -63,19 +62,6 @@ void RequestGate::handle(const Message& event)
     Held held{event.session(), std::string(content.text("requestId")), _link.frameFromEngine(content.text("frameId")),
         DocumentID(content.text("networkId")), {}};
     const bool hasResponse = content.has("responseStatusCode");
-
-    if (content.text("resourceType") != "Document") {
-        if (hasResponse && !isRedirect(content.integer("responseStatusCode"))) {
-            json parameters = {{"requestId", held.document}};
-            _link.send(held.session, "Network.streamResourceContent", dump(parameters),
-                [this, networkID = held.document](const Connection::Reply& reply) {
-                    if (onStreamReply)
-                        onStreamReply(networkID, reply);
-                });
-        }
-        goOn(held);
-        return;
-    }
 
     held.request = requestFromEngine(request);
     if (hasResponse) {

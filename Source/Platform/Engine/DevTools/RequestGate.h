@@ -9,8 +9,7 @@
 #include <unordered_set>
 #include <vector>
 
-// Stands where the engine holds requests: documents before they are sent and when their response has come, where the client is asked
-// whether to go on; style sheets and scripts when their response has come, where their bytes are asked for (later the engine has only decoded text).
+// Stands where the engine holds requests for documents: before they are sent, and when their response has come. Asks the client whether to go on.
 class RequestGate {
 public:
     RequestGate(EngineLink& link, FrameTracker& frames) : _link(link), _frames(frames) { }
@@ -33,8 +32,6 @@ public:
     // Nothing that is held goes on: everything is being stopped.
     void forgetAll();
 
-    // The bytes of this load will come as they arrive, asked for by the command whose reply is passed on.
-    std::function<void(const std::string& networkID, const Connection::Reply&)> onStreamReply;
     // The document's bytes, when the engine cannot show it and shows an empty page in its place.
     std::function<void(const DocumentID&, NSData)> onBodyTaken;
     // The client refused a response that is already on its way into the page.

@@ -9,11 +9,11 @@
 #include <unordered_map>
 #include <vector>
 
-// Follows what the page loads, and keeps the bytes of it.
+// Follows what the page loads, and fetches the bytes of it.
 //
-// The engine gives a body in one of two ways. For most types the reply to Network.getResponseBody holds the bytes. For what it has decoded to text (documents, and
-// whatever else it took for text) the reply holds that text: its bytes are made again from it, and checked against the number of bytes that came. Style sheets and scripts, whose encoding nobody can
-// tell afterwards, are therefore streamed as they arrive (see RequestGate).
+// The engine keeps the bytes of every load as they came (see the parameters of networkParameters). They are fetched when the first of them is asked
+// for, all at once: asked one by one, or while the page still loads, they cost a third more. What the engine answers from its memory cache has no bytes of its own; those
+// of the first load of that address are taken.
 class ResourceTracker {
 public:
     ResourceTracker(EngineLink& link, FrameTracker& frames) : _link(link), _frames(frames) { }
@@ -21,14 +21,17 @@ public:
     // Takes an event of the Network domain; anything else is left alone.
     void handle(const Message& event);
 
-    // For RequestGate.
-    void streamReply(const std::string& networkID, const Connection::Reply& reply);
-    void setBody(const std::string& networkID, NSData body);
-    void refuseAuthentication(const DocumentID& document, const NSURLResponse& response);
+    // What the Network domain is to be enabled with: bytes are kept as they came (2 GB of them, the most that the engine takes).
+    static constexpr std::string_view networkParameters =
+        R"({"maxTotalBufferSize":2147483647,"maxResourceBufferSize":2147483647,"enableDurableMessages":true})";
 
-    // See PageEngine::body. `encodingOfDocument` is asked for the name of the encoding that a document was read in.
-    [[nodiscard]] NSData body(const ResourceID& resource, std::chrono::steady_clock::time_point deadline,
-        const std::function<NSString(const DocumentID&)>& encodingOfDocument);
+    // A body that was taken from the engine on another way.
+    void setBody(const std::string& networkID, NSData body);
+
+    // See PageEngine::body.
+    [[nodiscard]] NSData body(const ResourceID& resource, std::chrono::steady_clock::time_point deadline);
+    // Starts to fetch all bytes that are to be had.
+    void askForBodies();
 
     // Whether the load is over, in whatever way; also for one that is not known.
     [[nodiscard]] bool isFinished(const std::string& networkID) const;
@@ -39,20 +42,15 @@ public:
     std::function<void(const DocumentID&, const NSURLResponse&)> onDocumentResponse;
 
 private:
-    enum class Body { None, Streaming, Asked, Text, Bytes };
+    enum class Body { None, Asked, Here };
     struct Resource {
         std::string session;
-        FrameID frame;
-        DocumentID document;
         NSURL url;
         bool isDocument = false;
         bool isFinished = false;
-        bool servedFromCache = false;
-        int64_t length = 0;   // bytes that came, after content-decoding
+        bool isFromMemory = false;   // answered by the engine's memory cache
+        int64_t length = 0;          // bytes that came, after content-decoding
         Body bodyState = Body::None;
-        std::vector<std::byte> streamed;
-        std::string text;        // when the engine gave text
-        NSString encodingName;   // that the response named
         NSData bytes;
     };
 
@@ -62,10 +60,12 @@ private:
     void finished(const std::string& networkID);
     void failed(const JSONView& content);
     void askForBody(const std::string& networkID, Resource& resource);
+    [[nodiscard]] std::string sourceOf(const std::string& networkID) const;
     Resource* find(const std::string& networkID);
 
     EngineLink& _link;
     FrameTracker& _frames;
     std::unordered_map<std::string, Resource> _resources;
-    std::unordered_map<std::u16string, std::string> _sources;   // address → the load that has its bytes
+    std::vector<std::string> _unasked;                       // finished loads whose bytes have not been asked for
+    std::unordered_map<std::string, std::string> _sources;   // address → the first load of it over the network
 };

@@ -1,0 +1,48 @@
+#include "Tools/webtool.h"
+
+#include "Platform/Foundation/NSAutoreleasePool.h"
+#include "Platform/Foundation/NSDistributedNotificationCenter.h"
+#include "QVRStringComparison.h"
+#include "Tools/ArchiveLoader.h"
+#include "Tools/ResultRecord.h"
+
+namespace {
+
+// How long the last progress notice may take to leave, in seconds.
+constexpr double noticeTime = 0.1;
+
+void capture(const NSArray& arguments, const PageEngineMaker& makeEngine)
+{
+    const NSAutoreleasePool pool;
+    QVRLogger::setUpWithPersistentDomainName(HostDomain);
+    if (arguments.count() != 4 && arguments.count() != 5)
+        finishWithBadArguments(arguments);
+
+    const NSString address = arguments[1].string();
+    const NSString outputPath = arguments[2].string();
+    const NSString uid = arguments[3].string();
+    const NSString mode = arguments.count() >= 5 ? arguments[4].string() : NSString();
+    const bool wantsTitleOnly = mode == NSString(u"webloc");
+
+    const NSURL url = NSURL::URLWithString(address);
+    if (!url || !qvrContainsString(url.description(), u"//"))
+        finishWithBadURL(address);
+
+    ArchiveLoader loader(makeEngine);
+    loader.setJustTitle(wantsTitleOnly);
+    loader.loadURL(url, uid);
+    loader.saveWebArchive(outputPath);
+}
+
+}
+
+int runWebTool(const NSArray& arguments, const PageEngineMaker& makeEngine)
+{
+    try {
+        capture(arguments, makeEngine);
+    } catch (const RunEnded&) {
+        // The answer is given.
+    }
+    NSDistributedNotificationCenter::defaultCenter().flush(noticeTime);
+    return 0;
+}
