@@ -185,6 +185,25 @@ TEST_F(Logger, ReadsOptionsAsBooleans)
     EXPECT_FALSE(loggerWith(NSDictionary())->isOptionEnabled(NSString()));
 }
 
+TEST_F(Logger, TellsManyAreasApart)
+{
+    NSMutableDictionary options;
+    // Names of one length and with one ending, short ones, and the empty one.
+    for (int number = 0; number < 1000; ++number)
+        options.setObject(number % 3 == 0, NSString::stringWithFormat(u"Log%04dSame", number));
+    for (const char16_t* area : {u"", u"a", u"ab", u"abc", u"abcd"})
+        options.setObject(true, area);
+    const auto logger = loggerWith(options);
+    for (int number = 0; number < 1000; ++number) {
+        EXPECT_EQ(logger->isEnabledForArea(NSString::stringWithFormat(u"Log%04dSame", number)), number % 3 == 0) << number;
+        EXPECT_FALSE(logger->isEnabledForArea(NSString::stringWithFormat(u"log%04dSame", number)));
+    }
+    for (const char16_t* area : {u"", u"a", u"ab", u"abc", u"abcd"})
+        EXPECT_TRUE(logger->isEnabledForArea(area));
+    for (const char16_t* area : {u"b", u"aab", u"bcd", u"xabcd", u"LogSame"})
+        EXPECT_FALSE(logger->isEnabledForArea(area));
+}
+
 TEST_F(Logger, ForAllAreasOverridesTheSwitchOfAnArea)
 {
     EXPECT_TRUE(loggerWith({{LogTest, false}, {QVRLoggerAllAreas, true}})->isEnabledForArea(LogTest));
