@@ -362,8 +362,10 @@ void ScriptedEngine::failEngine(const NSError& error)
     _client->engineFailed(error);
 }
 
-void ScriptedEngine::requireLife() const
+void ScriptedEngine::beginAnswer(std::chrono::steady_clock::time_point deadline) const
 {
+    if (onDeadline)
+        onDeadline(deadline);
     if (_isGone)
         throw NSException(NSGenericException, u"The scripted engine is gone.");
 }
@@ -388,12 +390,14 @@ void ScriptedEngine::stop()
     });
 }
 
-std::vector<DocumentSnapshot> ScriptedEngine::documents(std::chrono::steady_clock::time_point)
+std::vector<DocumentSnapshot> ScriptedEngine::documents(std::chrono::steady_clock::time_point deadline)
 {
     ++_documentQuestions;
-    requireLife();
+    beginAnswer(deadline);
     if (onDocuments)
         onDocuments();
+    if (_fixedDocuments)
+        return *_fixedDocuments;
     std::vector<DocumentSnapshot> documents;
     appendDocuments(main, documents);
     return documents;
@@ -409,19 +413,19 @@ void ScriptedEngine::appendDocuments(const FrameID& name, std::vector<DocumentSn
     }
 }
 
-NSData ScriptedEngine::body(const ResourceID& resource, std::chrono::steady_clock::time_point)
+NSData ScriptedEngine::body(const ResourceID& resource, std::chrono::steady_clock::time_point deadline)
 {
     _bodyQuestions.push_back(resource);
-    requireLife();
+    beginAnswer(deadline);
     if (onBody)
         onBody(resource);
     const auto found = _bodies.find(resource);
     return found == _bodies.end() ? NSData() : found->second;
 }
 
-NSString ScriptedEngine::frameElement(const FrameID& name, std::chrono::steady_clock::time_point)
+NSString ScriptedEngine::frameElement(const FrameID& name, std::chrono::steady_clock::time_point deadline)
 {
-    requireLife();
+    beginAnswer(deadline);
     return frame(name).element;
 }
 

@@ -48,6 +48,8 @@ public:
     // Called first by the questions of the same name; what they throw, the question throws.
     std::function<void()> onDocuments;
     std::function<void(const ResourceID& resource)> onBody;
+    // Told the deadline of each question, before anything else.
+    std::function<void(std::chrono::steady_clock::time_point deadline)> onDeadline;
 
     // What was asked.
     struct AskedLoad {
@@ -98,6 +100,9 @@ public:
     // What a frame shows as it stands. Absent markup: it shows none.
     void setSnapshot(
         const FrameID& frame, const NSString& markup, const NSString& type = u"text/html", const NSString& encoding = {});
+
+    // The answer to every further question for the documents, as it is.
+    void setDocuments(std::vector<DocumentSnapshot> documents) { _fixedDocuments = std::move(documents); }
 
     // Resources, step by step; the name of a load is made up unless one is given.
     ResourceID request(const FrameID& frame, const NSString& url, const ResourceID& name = {}, const NSString& method = u"GET");
@@ -156,13 +161,14 @@ private:
     Frame& frame(const FrameID& name);
     Document& current(const FrameID& name);
     void appendDocuments(const FrameID& frame, std::vector<DocumentSnapshot>& documents) const;
-    void requireLife() const;
+    void beginAnswer(std::chrono::steady_clock::time_point deadline) const;
 
     PageEngineClient* _client = nullptr;
     std::map<FrameID, Frame> _frames;
     std::vector<FrameID> _order;
     std::map<ResourceID, Resource> _resources;
     std::map<ResourceID, NSData> _bodies;
+    std::optional<std::vector<DocumentSnapshot>> _fixedDocuments;
     std::vector<AskedLoad> _loads;
     int _stops = 0;
     int _documentQuestions = 0;

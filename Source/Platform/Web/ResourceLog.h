@@ -47,7 +47,8 @@ public:
     // The finished loads of a document, one for each address, in the order of first use; without `data:` and `blob:` addresses,
     // and without `unlisted`. Valid as add says.
     [[nodiscard]] std::vector<Load*> finishedLoads(const DocumentID& document, const Addresses& unlisted);
-    // Other loads from the same address, by whatever document: the first one that was answered, and the latest. Valid as add says.
+    // Other loads from the same address, by whatever document: the first one that was answered, and the latest. Valid as add
+    // says.
     [[nodiscard]] std::vector<Load*> otherAnswers(const Load& load);
 
     // Drops a document's loads, but for what otherAnswers gives.
