@@ -188,7 +188,7 @@ TEST(XMLPropertyList, StaysWellFormedWhateverAStringHolds)
     for (char16_t unit = 0; unit < 0xa0; ++unit)
         all += unit;
     all += u"\ufffe\uffff\ufeff";
-    const NSDictionary value = {{NSString(all), loneSurrogate}, {loneSurrogate, NSString(all)}};
+    const NSDictionary value = {{NSString(all.substr(1)), loneSurrogate}, {loneSurrogate, NSString(all)}};
     const Value readBack = read(xmlOf(value));
     ASSERT_TRUE(readBack.is(Value::Kind::Dictionary));
     EXPECT_EQ(readBack.dictionary()[u"a\ufffdb"].string().length(), all.size());
@@ -268,6 +268,32 @@ TEST(PropertyList, RefusesToDropWhatItCannotHold)
             EXPECT_NE(text.rangeOfString(row.place).location, NSNotFound) << text.UTF8();
         }
     }
+}
+
+// Other readers end text at a null character or refuse a file for half a surrogate pair; so did the library under this one.
+TEST(BinaryPropertyList, KeepsNullCharactersAndMendsHalfPairs)
+{
+    const NSString withNull(std::u16string(u"a\0b", 3));
+    EXPECT_EQ(read(binaryOf(withNull)), Value(withNull));
+    EXPECT_EQ(
+        read(binaryOf(NSDictionary{{loneSurrogate, loneSurrogate}})), Value(NSDictionary{{u"a\ufffdb", NSString(u"a\ufffdb")}}));
+    EXPECT_EQ(read(binaryOf(NSString(std::u16string{0xdc00, 0xd83d, 0xde00, 0xd800}))), Value(NSString(u"\ufffd😀\ufffd")));
+    EXPECT_FALSE(NSPropertyListSerialization::propertyListIsValid(NSDictionary{{withNull, 1}}));
+    const auto alone = [](const std::string& object) {
+        return "bplist00" + object + '\x08' + std::string(6, '\0') + "\x01\x01" + std::string(7, '\0') + '\x01'
+            + std::string(15, '\0') + static_cast<char>(8 + object.size());
+    };
+    EXPECT_EQ(read(alone("\x53"
+                         "abc")),
+        Value(NSString(u"abc")));
+    EXPECT_FALSE(read(alone(std::string("\x53"
+                                        "a\0c",
+        4))));
+    EXPECT_FALSE(read(alone(std::string("\x61\xd8\x00", 3))));
+    EXPECT_FALSE(read(alone(std::string("\x62\xdc\x00\xd8\x00", 5))));
+    EXPECT_FALSE(read(alone("\x53"
+                            "a\xff"
+                            "c")));
 }
 
 TEST(PropertyList, BoundsTheDepth)
