@@ -51,6 +51,9 @@ public:
     // Told the deadline of each question, before anything else.
     std::function<void(std::chrono::steady_clock::time_point deadline)> onDeadline;
 
+    // How the engine shows itself to any server.
+    WebVisitorIdentity identity;
+
     // What was asked.
     struct AskedLoad {
         NSURLRequest request;
@@ -137,6 +140,10 @@ public:
     void stop() override;
     [[nodiscard]] std::vector<DocumentSnapshot> documents(std::chrono::steady_clock::time_point deadline) override;
     [[nodiscard]] NSData body(const ResourceID& resource, std::chrono::steady_clock::time_point deadline) override;
+    [[nodiscard]] WebVisitorIdentity identityForURL(const NSURL&, std::chrono::steady_clock::time_point) override
+    {
+        return identity;
+    }
     [[nodiscard]] NSString frameElement(const FrameID& frame, std::chrono::steady_clock::time_point deadline) override;
 
 private:

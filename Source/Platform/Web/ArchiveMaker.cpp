@@ -32,8 +32,8 @@ std::vector<WebResource> resourcesOf(WebPage& page, const DocumentID& document, 
                 response = response ? response : other->response;
         }
         const NSData body = page.body(*load);
-        result.emplace_back(body ? body : NSData::dataWithBytes({}), NSURL::URLWithString(load->address), response.MIMEType(),
-            response.textEncodingName());
+        result.emplace_back(body ? body : NSData::dataWithBytes({}), NSURL::URLWithUncheckedString(load->address),
+            response.MIMEType(), response.textEncodingName());
     }
     return result;
 }
@@ -244,11 +244,9 @@ WebResource mainResourceOf(WebPage& page, DocumentLoad& load)
     const NSString encoding = load.dataSource().textEncodingName();
     // A server that names no type leaves it to the engine.
     const NSString type = load.response.MIMEType() ? load.response.MIMEType() : load.shownType;
-    if (!isShown || load.state == DocumentLoad::State::Failed)
-        return WebResource(NSData(), url, type, encoding, name);
-
     const ResourceLog::Load* own = page.resources().ownLoad(load.document, ResourceLog::addressOf(load.initialRequest.URL()));
-    if (!own || own->state != ResourceLog::State::Finished)
+    // What came before a load broke off is the document that is shown.
+    if (!isShown || !own || own->state == ResourceLog::State::Underway)
         return WebResource(NSData(), url, type, encoding, name);
     if (!own->hasBody)
         page.requireEngine();

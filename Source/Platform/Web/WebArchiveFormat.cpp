@@ -39,7 +39,7 @@ WebResource resourceFromPropertyList(const Value& propertyList)
     const NSString frameName = resource[frameNameKey].string();
     if (!data && !url && !type && !encoding && !frameName)
         return {};
-    return WebResource(data, NSURL::URLWithString(url), type.length() > 0 ? type : NSString(), encoding, frameName);
+    return WebResource(data, NSURL::URLWithUncheckedString(url), type.length() > 0 ? type : NSString(), encoding, frameName);
 }
 
 }

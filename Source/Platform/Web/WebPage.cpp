@@ -101,7 +101,9 @@ NSString WebPage::frameElement(const FrameID& frame)
 
 WebVisitorIdentity WebPage::identityForURL(const NSURL& url)
 {
-    return ask([&](PageEngine& engine, auto deadline) { return engine.identityForURL(url, deadline); });
+    if (!_engine || _engineFailure)
+        return {};
+    return _engine->identityForURL(url, std::chrono::steady_clock::now() + _patience);
 }
 
 NSData WebPage::body(ResourceLog::Load& load)

@@ -41,12 +41,13 @@ public:
     // The documents as they stand; their encodings and types are kept.
     [[nodiscard]] std::vector<DocumentSnapshot> documents();
     [[nodiscard]] NSString frameElement(const FrameID& frame);
-    [[nodiscard]] WebVisitorIdentity identityForURL(const NSURL& url);
     // A finished load's bytes. When this very load had none of its own (it was answered from memory), those of another load from
     // the same address.
     [[nodiscard]] NSData body(ResourceLog::Load& load);
     // Throws NSException when the engine is gone.
     void requireEngine() const;
+    // See WebView::identityForURL. Does not throw.
+    [[nodiscard]] WebVisitorIdentity identityForURL(const NSURL& url);
 
 private:
     WebPage(WebView& view, std::unique_ptr<PageEngine> engine);

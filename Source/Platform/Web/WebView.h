@@ -47,7 +47,7 @@ public:
     [[nodiscard]] bool isLoading() const;
     void stopLoading();
 
-    // How the view's loads show themselves to the server of `url`. Throws NSException when the engine is gone.
+    // How the view's loads show themselves to the server of `url`; empty when the engine is gone or does not tell.
     [[nodiscard]] WebVisitorIdentity identityForURL(const NSURL& url) const;
 
     [[nodiscard]] WebPreferences& preferences() { return _preferences; }

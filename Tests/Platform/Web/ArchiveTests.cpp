@@ -384,6 +384,15 @@ TEST_F(Archive, MainResourceOfADocumentThatIsGoneCannotBeFetched)
     EXPECT_FALSE(old.webArchive());
 }
 
+TEST_F(Archive, HoldsWhatCameBeforeAPageBrokeOff)
+{
+    engine->openPage("main", u"http://h/", u"<p>half a p");
+    engine->client()->resourceFailed(engine->document("main"), NSError(NSURLErrorDomain, NSURLErrorNetworkConnectionLost));
+    engine->fail("main", NSURLErrorNetworkConnectionLost);
+    EXPECT_EQ(textOf(fromDataSource().mainResource().data()), "<p>half a p");
+    EXPECT_EQ(textOf(fromDocument().mainResource().data()), "<p>half a p");
+}
+
 // Faults.
 
 TEST_F(Archive, FailsWhenTheEngineDoesNotTellItsDocuments)

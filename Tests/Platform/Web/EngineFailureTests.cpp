@@ -73,6 +73,14 @@ TEST_F(EngineFailure, IsForgottenByTheNextLoad)
     EXPECT_TRUE(mainFrame()->DOMDocument().webArchive());
 }
 
+TEST_F(EngineFailure, LeavesAnEmptyVisitorIdentity)
+{
+    engine->identity = {u"agent", u"a=b"};
+    EXPECT_EQ(view->identityForURL(NSURL::URLWithString(u"http://h/")).cookies, NSString(u"a=b"));
+    engine->failEngine(failure);
+    EXPECT_TRUE(view->identityForURL(NSURL::URLWithString(u"http://h/")).userAgent.isAbsent());
+}
+
 TEST_F(EngineFailure, DoesNotUndoARefusedAuthentication)
 {
     engine->start("main", u"http://h/");

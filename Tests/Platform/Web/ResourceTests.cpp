@@ -37,6 +37,15 @@ TEST_F(Resources, HaveTheirOwnTypesAndEncodings)
     EXPECT_EQ(resources()[0].textEncodingName(), NSString(u"koi8-r"));
 }
 
+TEST_F(Resources, KeepAddressesThatOnlyBrowsersAllow)
+{
+    open();
+    const NSURLRequest request = NSURLRequest::requestWithURL(NSURL::URLWithUncheckedString(u"http://h/a|b.png#x|y"));
+    engine->client()->resourceRequested("r", "main", engine->document("main"), request, {});
+    engine->finishResource("r", NSData::dataWithBytes("a"));
+    EXPECT_EQ(addressesOf(resources()), (Lines{"http://h/a|b.png"}));
+}
+
 TEST_F(Resources, LeaveOutThePageItselfAndWhatIsInsideIt)
 {
     engine->start("main", u"http://h/first#part");
