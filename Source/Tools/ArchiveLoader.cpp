@@ -1,6 +1,6 @@
 #include "Tools/ArchiveLoader.h"
 
-#include "Platform/Engine/EngineErrors.h"
+#include "Platform/Engine/PageEngineErrors.h"
 #include "Platform/Foundation/CFPreferences.h"
 #include "Platform/Foundation/NSDistributedNotificationCenter.h"
 #include "Platform/Foundation/NSRunLoop.h"

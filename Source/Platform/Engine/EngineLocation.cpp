@@ -1,6 +1,6 @@
 #include "Platform/Engine/EngineLocation.h"
 
-#include "Platform/Engine/EngineErrors.h"
+#include "Platform/Engine/PageEngineErrors.h"
 
 #include <glib.h>
 #include <memory>

@@ -2,8 +2,8 @@
 
 #include "Platform/Engine/DevTools/EngineFlags.h"
 #include "Platform/Engine/DevTools/NetworkErrors.h"
-#include "Platform/Engine/EngineErrors.h"
 #include "Platform/Engine/EngineLocation.h"
+#include "Platform/Engine/PageEngineErrors.h"
 #include "Platform/Foundation/NSException.h"
 #include "Platform/Foundation/NSRunLoop.h"
 #include "Platform/Foundation/Value.h"
@@ -122,8 +122,7 @@ void DevToolsEngine::start(const PageEngineOptions& options)
     NSError error;
     _process = EngineProcess::start(process, &error);
     if (!_process) {
-        _failure = engineError(EngineErrorDoesNotStart,
-            NSString::stringWithFormat(u"The page engine could not be started: %@", error.localizedDescription()));
+        _failure = error;
         return;
     }
     _connection = std::make_unique<Connection>(_process->commandDescriptor(), _process->messageDescriptor());

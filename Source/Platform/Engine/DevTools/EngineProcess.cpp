@@ -1,9 +1,11 @@
 #include "Platform/Engine/DevTools/EngineProcess.h"
 
 #include "Platform/Engine/DevTools/EngineGuard.h"
+#include "Platform/Engine/PageEngineErrors.h"
 
 #include <array>
 #include <cerrno>
+#include <csignal>
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
@@ -35,11 +37,16 @@ void makeNonBlocking(const FileDescriptor& descriptor)
     fcntl(descriptor.get(), F_SETFL, fcntl(descriptor.get(), F_GETFL) | O_NONBLOCK);
 }
 
+std::string temporaryFolder()
+{
+    const char* folder = std::getenv("TMPDIR");
+    return folder && *folder == '/' ? folder : "/tmp";
+}
+
 // A folder only this user can enter, under a name that cannot be guessed.
 std::string makePrivateFolder()
 {
-    const char* base = std::getenv("TMPDIR");
-    std::string pattern = std::string(base && *base == '/' ? base : "/tmp") + "/twwebtool-XXXXXX";
+    std::string pattern = temporaryFolder() + "/twwebtool-XXXXXX";
     return mkdtemp(pattern.data()) ? pattern : std::string();
 }
 
@@ -66,25 +73,35 @@ std::vector<std::string> engineEnvironment()
 
 std::unique_ptr<EngineProcess> EngineProcess::start(const Options& options, NSError* error)
 {
-    const auto fail = [&](int errnoValue, const char* what) {
+    const auto fail = [&](int errnoValue, const NSString& what) {
         if (error) {
-            *error = NSFileErrorFromErrno(errnoValue, NSString::stringWithRepairedUTF8(what), true);
+            *error = engineError(EngineErrorDoesNotStart,
+                NSString::stringWithFormat(u"The page engine could not be started: %@: %s.", what, strerror(errnoValue)));
         }
         return nullptr;
     };
 
     const std::string folder = makePrivateFolder();
-    if (folder.empty())
-        return fail(errno, std::getenv("TMPDIR") ? std::getenv("TMPDIR") : "/tmp");
+    if (folder.empty()) {
+        return fail(errno,
+            NSString::stringWithFormat(u"no folder can be made in “%@”", NSString::stringWithRepairedUTF8(temporaryFolder())));
+    }
 
     Pipe commands, messages, lifeline, status;
     if (!commands.open() || !messages.open() || !lifeline.open() || !status.open()) {
         const int reason = errno;
         rmdir(folder.c_str());
-        return fail(reason, "pipe");
+        return fail(reason, u"no pipe can be made");
     }
     // A larger pipe saves wake-ups when bodies stream through it; the default stays where the system refuses.
     fcntl(messages.readEnd.get(), F_SETPIPE_SZ, 1 << 20);
+
+    // An engine that is gone must show as an error of a write, not end this process. A handler of the program's own stays.
+    struct sigaction broken = {};
+    if (sigaction(SIGPIPE, nullptr, &broken) == 0 && broken.sa_handler == SIG_DFL) {
+        broken.sa_handler = SIG_IGN;
+        sigaction(SIGPIPE, &broken, nullptr);
+    }
 
     EngineGuard guard;
     guard.arguments = {options.executable, "--user-data-dir=" + folder, "--remote-debugging-pipe"};
@@ -100,7 +117,7 @@ std::unique_ptr<EngineProcess> EngineProcess::start(const Options& options, NSEr
     if (child < 0) {
         const int reason = errno;
         rmdir(folder.c_str());
-        return fail(reason, "fork");
+        return fail(reason, u"no process can be made");
     }
     if (child == 0)
         guard.run();

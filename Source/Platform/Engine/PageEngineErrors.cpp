@@ -1,4 +1,4 @@
-#include "Platform/Engine/EngineErrors.h"
+#include "Platform/Engine/PageEngineErrors.h"
 
 #include "Platform/Foundation/Value.h"
 
