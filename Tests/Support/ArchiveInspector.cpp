@@ -169,7 +169,7 @@ std::string inventoryOf(const InspectedArchive& archive)
 
 std::string inventoryByPlistlib(const std::filesystem::path& path)
 {
-    return runHelper({"python3", "-I", READ_ARCHIVE_SCRIPT, path.string()});
+    return runHelper({"python3", "-I", "-B", READ_ARCHIVE_SCRIPT, path.string()});
 }
 
 std::string inventoryByPlistutil(const std::filesystem::path& path)

@@ -71,7 +71,7 @@ std::optional<std::string> ArchivedError::value(std::string_view key) const
 ArchivedError readArchivedError(std::string_view bytes)
 {
     const TemporaryFolder folder;
-    const PropertyList list(runHelper({"python3", "-I", READ_ERROR_SCRIPT, folder.write("error", bytes)}));
+    const PropertyList list(runHelper({"python3", "-I", "-B", READ_ERROR_SCRIPT, folder.write("error", bytes)}));
     ArchivedError error;
     error.domain = list.text("domain").value_or("");
     error.code = std::stoll(list.text("code").value_or(""));

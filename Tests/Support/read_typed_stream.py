@@ -136,14 +136,17 @@ class Stream:
         return [[code, self.value(code)] for code in codes]
 
 
-def main():
-    stream = Stream(open(sys.argv[1], "rb").read())
+def read(path):
+    """The whole stream, as main() prints it."""
+    with open(path, "rb") as file:
+        stream = Stream(file.read())
     version = stream.number(stream.head())
     signature = stream.plain_text().decode()
     system = stream.number(stream.head())
     root = stream.group(stream.head())
     assert stream.position == len(stream.data), "more data than one group"
-    json.dump({"version": version, "signature": signature, "system": system, "root": root}, sys.stdout, sort_keys=True)
+    return {"version": version, "signature": signature, "system": system, "root": root}
 
 
-main()
+if __name__ == "__main__":
+    json.dump(read(sys.argv[1]), sys.stdout, sort_keys=True)
