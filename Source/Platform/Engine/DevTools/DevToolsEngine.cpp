@@ -134,7 +134,7 @@ void DevToolsEngine::start(const PageEngineOptions& options)
     _link.send({}, "Target.setDiscoverTargets", R"({"discover":true,"filter":[{"type":"page"}]})");
     _link.send({}, "Target.setAutoAttach",
         R"({"autoAttach":true,"waitForDebuggerOnStart":true,"flatten":true,"filter":[{"type":"page"}]})");
-    _askedForLife = steady_clock::now();
+    askForLife();
     _lifeTimer = NSTimer::scheduledTimerWithTimeInterval(
         std::chrono::duration<double>(lifeInterval).count(), true, [this] { checkLife(); });
 }
@@ -377,10 +377,14 @@ void DevToolsEngine::checkLife()
                     u"Check that the engine's command can be run by hand, or install the package chromium-headless-shell."));
         return;
     }
-    if (!_askedForLife && now - _connection->lastHeard() > lifeInterval) {
-        _askedForLife = now;
-        _link.send({}, "Browser.getVersion", "{}", [this](const Connection::Reply&) { _askedForLife.reset(); });
-    }
+    if (!_askedForLife && now - _connection->lastHeard() > lifeInterval)
+        askForLife();
+}
+
+void DevToolsEngine::askForLife()
+{
+    _askedForLife = steady_clock::now();
+    _link.send({}, "Browser.getVersion", "{}", [this](const Connection::Reply&) { _askedForLife.reset(); });
 }
 
 void DevToolsEngine::connectionClosed(const NSString& reason)

@@ -53,6 +53,7 @@ private:
     void stopEverything(const NSError& mainFrameError);
     void askForTitle();
     void checkLife();
+    void askForLife();
     void connectionClosed(const NSString& reason);
     void fail(const NSError& error);
 
