@@ -22,27 +22,28 @@ NSComparisonResult resultOf(auto a, auto b)
 // The units of a text's keys, one after the other.
 class FoldedUnits {
 public:
-    FoldedUnits(std::u16string_view text, uint64_t options) : _pieces(text, 0, options) { load(); }
+    FoldedUnits(std::u16string_view text, uint64_t options) : _pieces(text, 0, options) { }
 
-    [[nodiscard]] bool isAtEnd() const { return _isAtEnd; }
-    [[nodiscard]] char16_t unit() const { return _pieces.key()[_index]; }
-    [[nodiscard]] bool isAtDigit() const { return !_isAtEnd && unit() >= u'0' && unit() <= u'9'; }
-    void advance()
+    // Whether the next unit begins a piece that has not been looked at.
+    [[nodiscard]] bool isBetweenPieces() const { return _index == _length; }
+    [[nodiscard]] FoldedPieces& pieces() { return _pieces; }
+    // False at the end of the text. To be asked before the unit.
+    [[nodiscard]] bool hasUnit()
     {
-        if (++_index == _pieces.key().size())
-            load();
+        if (isBetweenPieces()) {
+            _length = _pieces.next() ? _pieces.key().size() : 0;
+            _index = 0;
+        }
+        return _length > 0;
     }
+    [[nodiscard]] char16_t unit() const { return _pieces.key()[_index]; }
+    [[nodiscard]] bool isAtDigit() { return hasUnit() && unit() >= u'0' && unit() <= u'9'; }
+    void advance() { ++_index; }
 
 private:
-    void load()
-    {
-        _isAtEnd = !_pieces.next();
-        _index = 0;
-    }
-
     FoldedPieces _pieces;
     size_t _index = 0;
-    bool _isAtEnd = false;
+    size_t _length = 0;
 };
 
 // The place of a unit in the order of code points: surrogates come last.
@@ -74,7 +75,11 @@ NSComparisonResult compareFolded(std::u16string_view first, std::u16string_view 
 {
     FoldedUnits a(first, options);
     FoldedUnits b(second, options);
-    while (!a.isAtEnd() && !b.isAtEnd()) {
+    while (true) {
+        if (a.isBetweenPieces() && b.isBetweenPieces())
+            FoldedPieces::skipCommonFront(a.pieces(), b.pieces());
+        if (!a.hasUnit() || !b.hasUnit())
+            return resultOf(a.hasUnit(), b.hasUnit());
         if ((options & NSNumericSearch) && a.isAtDigit() && b.isAtDigit()) {
             if (const NSComparisonResult result = compareDigits(a, b))
                 return result;
@@ -85,7 +90,6 @@ NSComparisonResult compareFolded(std::u16string_view first, std::u16string_view 
         a.advance();
         b.advance();
     }
-    return resultOf(!a.isAtEnd(), !b.isAtEnd());
 }
 
 // The order of two texts whose first difference is one of printable ASCII characters without marks, which no folding is asked to touch.

@@ -7,6 +7,8 @@
 #include <unicode/ustring.h>
 #include <unicode/utf16.h>
 
+#include <algorithm>
+
 namespace {
 
 const UNormalizer2* canonicalDecomposition()
@@ -157,6 +159,40 @@ void FoldedPieces::skipBackwardTo(char16_t wanted, size_t limit)
         --position;
     if (position < start)
         _sequences = ComposedCharacterSequences(_text, position);
+}
+
+void FoldedPieces::moveTo(size_t position)
+{
+    if (_isByCharacters)
+        _position = position;
+    else
+        _sequences = ComposedCharacterSequences(_text, position);
+}
+
+void FoldedPieces::skipCommonFront(FoldedPieces& a, FoldedPieces& b)
+{
+    const std::u16string_view first = a._text.substr(a.position());
+    const std::u16string_view second = b._text.substr(b.position());
+    const bool ignoresCase = a._options & NSCaseInsensitiveSearch;
+    // Among these units each is a sequence of its own, whatever follows it, as long as one of them does.
+    const auto isSingle = [](std::u16string_view text, size_t index) { return index >= text.size() || text[index] < 0x300; };
+    const auto isSame = [&](char16_t unit, char16_t other) {
+        return unit == other || (ignoresCase && unit < 0x80 && lowerCaseASCII(unit) == lowerCaseASCII(other));
+    };
+    const size_t limit = std::min(first.size(), second.size());
+    size_t common = 0;
+    while (common < limit && first[common] < 0x300 && isSame(first[common], second[common]))
+        ++common;
+    if (common > 0 && !(isSingle(first, common) && isSingle(second, common)))
+        --common;
+    if (a._options & NSNumericSearch) {
+        while (common > 0 && first[common - 1] >= u'0' && first[common - 1] <= u'9')
+            --common;
+    }
+    if (common == 0)
+        return;
+    a.moveTo(a.position() + common);
+    b.moveTo(b.position() + common);
 }
 
 bool FoldedPieces::arriveAt(std::optional<NSRange> range)

@@ -26,11 +26,15 @@ public:
     void skipForwardTo(char16_t wanted, size_t limit);
     void skipBackwardTo(char16_t wanted, size_t limit);
 
+    // Passes what both texts have in common where they stand, with the same options, as far as that is plain to see. No number is cut.
+    static void skipCommonFront(FoldedPieces& a, FoldedPieces& b);
+
     // The piece that was reached last, and its key, which is valid until the next move.
     [[nodiscard]] NSRange range() const { return _range; }
     [[nodiscard]] std::u16string_view key() const { return _key; }
 
 private:
+    void moveTo(size_t position);
     [[nodiscard]] bool isPassable(char16_t unit, char16_t wanted) const;
     bool arriveAt(std::optional<NSRange> range);
     std::optional<NSRange> nextCharacter();

@@ -4,9 +4,6 @@
 
 namespace {
 
-// Up to this length the library's search is as good as linear, and faster.
-constexpr size_t longestSimplePattern = 16;
-
 constexpr uint64_t foldings = NSCaseInsensitiveSearch | NSDiacriticInsensitiveSearch | NSWidthInsensitiveSearch;
 
 std::vector<uint32_t> fallbacksOf(std::u16string_view pattern)
@@ -34,12 +31,10 @@ StringSearch::StringSearch(std::u16string_view text, std::u16string_view pattern
       _pattern(_comparesUnits ? std::u16string(pattern) : foldedText(pattern, options))
 {
     _isDone = _pattern.empty();
-    if (_comparesUnits && (_pattern.size() <= longestSimplePattern || isAnchored()))
-        return;
     if (isBackwards())
         std::reverse(_pattern.begin(), _pattern.end());
-    _fallbacks = fallbacksOf(_pattern);
     if (!_comparesUnits) {
+        _fallbacks = fallbacksOf(_pattern);
         _pieces.emplace(text, isBackwards() ? _end : _start, options);
         // A range that begins inside a piece begins behind it. Backwards the walk already stands before a piece that the end cuts.
         while (!isBackwards() && _pieces->position() < _start && _pieces->next()) { }
@@ -63,22 +58,52 @@ std::optional<NSRange> StringSearch::nextAmongUnits()
 {
     const std::u16string_view rest = _text.substr(_start, _end - _start);
     const size_t length = _pattern.size();
-    if (isAnchored()) {
-        if (isBackwards() ? rest.ends_with(_pattern) : rest.starts_with(_pattern))
-            return NSRange{isBackwards() ? _end - length : _start, length};
+    if (isBackwards()) {
+        const auto found = findAmongUnits(rest.rbegin(), rest.rend());
+        if (found == rest.rend())
+            return {};
+        return NSRange{_end - static_cast<size_t>(found - rest.rbegin()) - length, length};
+    }
+    const auto found = findAmongUnits(rest.begin(), rest.end());
+    if (found == rest.end())
         return {};
+    return NSRange{_start + static_cast<size_t>(found - rest.begin()), length};
+}
+
+template <typename Iterator>
+Iterator StringSearch::findAmongUnits(Iterator first, Iterator last)
+{
+    const auto length = static_cast<std::ptrdiff_t>(_pattern.size());
+    if (last - first < length)
+        return last;
+    if (isAnchored())
+        return std::equal(_pattern.begin(), _pattern.end(), first) ? first : last;
+
+    // 1. Look for the first unit and compare what follows. That is the fastest way, as long as little is compared in vain.
+    std::ptrdiff_t comparedInVain = 0;
+    Iterator position = first;
+    while (comparedInVain <= 2 * (position - first) + 256) {
+        const Iterator lastStart = last - length + 1;
+        position = std::find(position, lastStart, _pattern.front());
+        if (position == lastStart)
+            return last;
+        const auto mismatch = std::mismatch(_pattern.begin(), _pattern.end(), position).first;
+        if (mismatch == _pattern.end())
+            return position;
+        comparedInVain += mismatch - _pattern.begin();
+        if (++position == lastStart)
+            return last;
     }
-    if (length <= longestSimplePattern) {
-        const size_t found = isBackwards() ? rest.rfind(_pattern) : rest.find(_pattern);
-        return found == rest.npos ? std::nullopt : std::optional(NSRange{_start + found, length});
-    }
+    // 2. Else read each unit once, and remember how much of the pattern it ends.
+    if (_fallbacks.empty())
+        _fallbacks = fallbacksOf(_pattern);
     forgetMatch();
-    for (size_t count = 1; count <= rest.size(); ++count) {
-        advance(isBackwards() ? rest[rest.size() - count] : rest[count - 1]);
-        if (_matched == length)
-            return NSRange{isBackwards() ? _end - count : _start + count - length, length};
+    for (; position != last; ++position) {
+        advance(*position);
+        if (_matched == _pattern.size())
+            return position - length + 1;
     }
-    return {};
+    return last;
 }
 
 std::optional<NSRange> StringSearch::nextAmongPieces()
@@ -102,10 +127,10 @@ std::optional<NSRange> StringSearch::nextAmongPieces()
         if (isAnchored() && _matched != _read)
             return {};
         // What was matched began `_matched` units ago; older pieces cannot begin a match any more.
-        while (!_candidates.empty() && _candidates.front().read < _read - _matched)
-            _candidates.pop_front();
-        if (_matched == _pattern.size() && !_candidates.empty() && _candidates.front().read == _read - _matched) {
-            const size_t edge = _candidates.front().edge;
+        forgetCandidatesBefore(_read - _matched);
+        const bool isMatch = _matched == _pattern.size() && _firstCandidate < _candidates.size();
+        if (isMatch && _candidates[_firstCandidate].read == _read - _matched) {
+            const size_t edge = _candidates[_firstCandidate].edge;
             return NSRange{std::min(edge, farEdge), std::max(edge, farEdge) - std::min(edge, farEdge)};
         }
     }
@@ -130,6 +155,20 @@ void StringSearch::forgetMatch()
     _matched = 0;
     _read = 0;
     _candidates.clear();
+    _firstCandidate = 0;
+}
+
+void StringSearch::forgetCandidatesBefore(size_t read)
+{
+    while (_firstCandidate < _candidates.size() && _candidates[_firstCandidate].read < read)
+        ++_firstCandidate;
+    if (_firstCandidate < 64 && _firstCandidate < _candidates.size())
+        return;
+    // Each candidate is moved no more often than one is given up.
+    if (2 * _firstCandidate >= _candidates.size()) {
+        _candidates.erase(_candidates.begin(), _candidates.begin() + static_cast<std::ptrdiff_t>(_firstCandidate));
+        _firstCandidate = 0;
+    }
 }
 
 void StringSearch::advance(char16_t unit)

@@ -35,11 +35,12 @@ TEST(NSDate, CountsSecondsFromTheReferenceDate)
 
 TEST(NSDate, IsAbsentUntilItIsSet)
 {
-    EXPECT_TRUE(NSDate().isAbsent());
-    EXPECT_EQ(NSDate().timeIntervalSinceReferenceDate(), 0);
-    EXPECT_EQ(NSDate().timeIntervalSinceNow(), 0);
-    EXPECT_TRUE(NSDate().description().isAbsent());
-    EXPECT_NE(NSDate(), at(0));
+    const NSDate none;
+    EXPECT_TRUE(none.isAbsent());
+    EXPECT_EQ(none.timeIntervalSinceReferenceDate(), 0);
+    EXPECT_EQ(none.timeIntervalSinceNow(), 0);
+    EXPECT_TRUE(none.description().isAbsent());
+    EXPECT_NE(none, at(0));
     EXPECT_EQ(NSDate(), NSDate());
 }
 
