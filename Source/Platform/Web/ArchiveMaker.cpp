@@ -170,6 +170,7 @@ public:
             main = WebResource(main.data(), main.URL(), main.MIMEType(), encoding, main.frameName());
         const std::vector<WebResource> subresources = subresourcesOf(_page, *load);
         std::vector<WebArchive> subframes;
+        subframes.reserve(children.size());
         for (const std::shared_ptr<WebFrame>& child : children)
             subframes.push_back(archive(child->frameID(), depth + 1));
         return WebArchive::initWithMainResource(main, subresources, subframes);

@@ -26,14 +26,14 @@ NSString withoutParameters(const NSString& type)
 
 }
 
-WebResource::WebResource(NSData data, NSURL url, NSString MIMEType, NSString textEncodingName, NSString frameName)
+WebResource::WebResource(NSData data, NSURL url, const NSString& MIMEType, NSString textEncodingName, NSString frameName)
     : _contents(std::make_shared<Contents>(Contents{std::move(data), nullptr, std::move(url), withoutParameters(MIMEType),
         std::move(textEncodingName), std::move(frameName)}))
 {
 }
 
 WebResource::WebResource(
-    std::function<NSData()> fetch, NSURL url, NSString MIMEType, NSString textEncodingName, NSString frameName)
+    std::function<NSData()> fetch, NSURL url, const NSString& MIMEType, NSString textEncodingName, NSString frameName)
     : _contents(std::make_shared<Contents>(Contents{NSData(), std::move(fetch), std::move(url), withoutParameters(MIMEType),
         std::move(textEncodingName), std::move(frameName)}))
 {

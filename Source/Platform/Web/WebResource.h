@@ -13,10 +13,11 @@ class WebResource {
 public:
     WebResource() = default;
     // Any part may be absent. `frameName` belongs to the main resources of frames; "" names the top frame.
-    WebResource(NSData data, NSURL url, NSString MIMEType, NSString textEncodingName, NSString frameName = {});
+    WebResource(NSData data, NSURL url, const NSString& MIMEType, NSString textEncodingName, NSString frameName = {});
     // The same with bytes that `fetch` gets when they are first asked for. What it throws passes to whoever asked, and it is
     // called again next time.
-    WebResource(std::function<NSData()> fetch, NSURL url, NSString MIMEType, NSString textEncodingName, NSString frameName = {});
+    WebResource(
+        std::function<NSData()> fetch, NSURL url, const NSString& MIMEType, NSString textEncodingName, NSString frameName = {});
 
     [[nodiscard]] bool isAbsent() const { return _contents == nullptr; }
     explicit operator bool() const { return _contents != nullptr; }

@@ -2,7 +2,7 @@
 
 #include "Platform/Web/WebPage.h"
 
-WebView::WebView(NSRect frame, NSString frameName, NSString groupName, std::unique_ptr<PageEngine> engine)
+WebView::WebView(NSRect frame, const NSString& frameName, NSString groupName, std::unique_ptr<PageEngine> engine)
     : _frame(frame),
       _groupName(groupName ? std::move(groupName) : NSString(u"")),
       _page(WebPage::create(*this, frameName, std::move(engine)))

@@ -22,7 +22,7 @@ inline const NSString WebViewProgressFinishedNotification = u"WebProgressFinishe
 class WebView {
 public:
     // `frame` in points; the engine that is given shows a page of that size already. Absent names are "".
-    WebView(NSRect frame, NSString frameName, NSString groupName, std::unique_ptr<PageEngine> engine);
+    WebView(NSRect frame, const NSString& frameName, NSString groupName, std::unique_ptr<PageEngine> engine);
     WebView(const WebView&) = delete;
     WebView& operator=(const WebView&) = delete;
     // Ends the engine. Nothing is told any more.
