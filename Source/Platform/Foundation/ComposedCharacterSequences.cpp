@@ -157,7 +157,14 @@ std::optional<NSRange> ComposedCharacterSequences::next()
             _stretch.clear();
             return NSRange{_position++, 1};
         }
-        loadStretch(_position, nextSureBoundary(_text, _position));
+        const size_t start = _position;
+        const size_t end = nextSureBoundary(_text, start);
+        if (end - start == 1) {
+            _stretch.clear();
+            _position = end;
+            return NSRange{start, 1};
+        }
+        loadStretch(start, end);
         _place = 0;
     }
     const size_t start = _position;

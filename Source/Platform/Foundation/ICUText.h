@@ -28,11 +28,11 @@ inline void expectSuccess(UErrorCode status)
         throw std::runtime_error(u_errorName(status));
 }
 
-// The text that `write(buffer, capacity, &status)` writes; it returns the length that it needs. `guess` is the length to try first.
+// Sets `text` to what `write(buffer, capacity, &status)` writes; it returns the length that it needs. `guess` is the length to try first.
 template <typename Writer>
-[[nodiscard]] std::u16string textWrittenByICU(size_t guess, Writer write)
+void writeWithICU(std::u16string& text, size_t guess, Writer write)
 {
-    std::u16string text(guess, u'\0');
+    text.resize(guess);
     UErrorCode status = U_ZERO_ERROR;
     int32_t length = write(text.data(), lengthForICU(text.size()), &status);
     if (status == U_BUFFER_OVERFLOW_ERROR) {
@@ -42,5 +42,13 @@ template <typename Writer>
     }
     expectSuccess(status);
     text.resize(static_cast<size_t>(length));
+}
+
+// The same as a text of its own.
+template <typename Writer>
+[[nodiscard]] std::u16string textWrittenByICU(size_t guess, Writer write)
+{
+    std::u16string text;
+    writeWithICU(text, guess, write);
     return text;
 }

@@ -40,25 +40,26 @@ void append(std::u16string& text, UChar32 character)
         text.append({U16_LEAD(character), U16_TRAIL(character)});
 }
 
-std::u16string decomposed(std::u16string_view text)
+// Each of these sets `result`, which is another string, to `text` changed.
+
+void decompose(std::u16string& result, std::u16string_view text)
 {
-    return textWrittenByICU(text.size() * 2 + 4, [&](char16_t* buffer, int32_t capacity, UErrorCode* status) {
+    writeWithICU(result, text.size() + 8, [&](char16_t* buffer, int32_t capacity, UErrorCode* status) {
         return unorm2_normalize(canonicalDecomposition(), text.data(), lengthForICU(text.size()), buffer, capacity, status);
     });
 }
 
-std::u16string caseFolded(std::u16string_view text)
+void foldCase(std::u16string& result, std::u16string_view text)
 {
-    return textWrittenByICU(text.size() + 4, [&](char16_t* buffer, int32_t capacity, UErrorCode* status) {
+    writeWithICU(result, text.size() + 8, [&](char16_t* buffer, int32_t capacity, UErrorCode* status) {
         return u_strFoldCase(buffer, capacity, text.data(), lengthForICU(text.size()), U_FOLD_CASE_DEFAULT, status);
     });
 }
 
 // Full-width and half-width forms replaced by the ordinary ones.
-std::u16string withOrdinaryWidth(std::u16string_view text)
+void makeWidthOrdinary(std::u16string& result, std::u16string_view text)
 {
-    std::u16string result;
-    result.reserve(text.size());
+    result.clear();
     for (size_t index = 0; index < text.size();) {
         UChar32 character = 0;
         U16_NEXT(text.data(), index, text.size(), character);
@@ -73,31 +74,20 @@ std::u16string withOrdinaryWidth(std::u16string_view text)
         expectSuccess(status);
         result.append(buffer, static_cast<size_t>(length));
     }
-    return result;
 }
 
 // Marks on nothing stay: they are then the character itself.
-std::u16string withoutMarks(std::u16string_view text)
+void removeMarks(std::u16string& result, std::u16string_view text)
 {
-    std::u16string result;
-    result.reserve(text.size());
+    result.clear();
     for (size_t index = 0; index < text.size();) {
         UChar32 character = 0;
         U16_NEXT(text.data(), index, text.size(), character);
         if (u_charType(character) != U_NON_SPACING_MARK)
             append(result, character);
     }
-    return result.empty() ? std::u16string(text) : result;
-}
-
-// Whether a piece of this one character is its own key whatever the options.
-bool isItsOwnKey(UChar32 character)
-{
-    if (u_hasBinaryProperty(character, UCHAR_CHANGES_WHEN_NFKC_CASEFOLDED))
-        return false;
-    char16_t buffer[8];
-    UErrorCode status = U_ZERO_ERROR;
-    return unorm2_getDecomposition(canonicalDecomposition(), character, buffer, 8, &status) < 0;
+    if (result.empty())
+        result = text;
 }
 
 }
@@ -200,7 +190,7 @@ bool FoldedPieces::arriveAt(std::optional<NSRange> range)
     if (!range)
         return false;
     _range = *range;
-    fold(_text.substr(range->location, range->length));
+    findKey(_text.substr(range->location, range->length));
     return true;
 }
 
@@ -222,35 +212,62 @@ std::optional<NSRange> FoldedPieces::previousCharacter()
     return NSRange{_position, end - _position};
 }
 
-void FoldedPieces::fold(std::u16string_view piece)
+void FoldedPieces::findKey(std::u16string_view piece)
 {
-    const bool isLiteral = _options & NSLiteralSearch;
+    constexpr uint64_t foldings = NSCaseInsensitiveSearch | NSDiacriticInsensitiveSearch | NSWidthInsensitiveSearch;
     if (piece.size() == 1 && piece[0] < 0x80) {
         _unit = (_options & NSCaseInsensitiveSearch) ? lowerCaseASCII(piece[0]) : piece[0];
         _key = std::u16string_view(&_unit, 1);
         return;
     }
-    constexpr uint64_t foldings = NSCaseInsensitiveSearch | NSDiacriticInsensitiveSearch | NSWidthInsensitiveSearch;
-    UChar32 character = 0;
-    size_t index = 0;
-    U16_NEXT(piece.data(), index, piece.size(), character);
-    if ((index == piece.size() && isItsOwnKey(character)) || (isLiteral && !(_options & foldings))) {
+    if ((_options & NSLiteralSearch) && !(_options & foldings)) {
         _key = piece;
         return;
     }
+    if (piece.size() > 1) {
+        fold(piece);
+        _key = _folded;
+        return;
+    }
+    if (!_knownKeys)
+        _knownKeys = std::make_unique<std::array<KnownKey, knownKeyCount>>();
+    KnownKey& known = (*_knownKeys)[piece[0] % knownKeyCount];
+    if (known.unit != piece[0] || known.length == 0) {
+        fold(piece);
+        if (_folded.size() > known.key.size()) {
+            _key = _folded;
+            return;
+        }
+        known.unit = piece[0];
+        known.length = static_cast<uint8_t>(_folded.size());
+        std::copy(_folded.begin(), _folded.end(), known.key.begin());
+    }
+    _key = std::u16string_view(known.key.data(), known.length);
+}
+
+// Sets `_folded` to the key of a piece that is not ASCII.
+void FoldedPieces::fold(std::u16string_view piece)
+{
+    const bool isLiteral = _options & NSLiteralSearch;
+    constexpr uint64_t foldings = NSCaseInsensitiveSearch | NSDiacriticInsensitiveSearch | NSWidthInsensitiveSearch;
+    _folded = piece;
+    const auto apply = [&](auto change) {
+        change(_changed, _folded);
+        _folded.swap(_changed);
+    };
     // 1. Decompose.
-    _folded = isLiteral && !(_options & NSDiacriticInsensitiveSearch) ? std::u16string(piece) : decomposed(piece);
+    if (!isLiteral || (_options & NSDiacriticInsensitiveSearch))
+        apply(decompose);
     // 2. Ordinary width, then case: a full-width capital has both. Either may give something that decomposes.
     if (_options & NSWidthInsensitiveSearch)
-        _folded = withOrdinaryWidth(_folded);
+        apply(makeWidthOrdinary);
     if (_options & NSCaseInsensitiveSearch)
-        _folded = caseFolded(_folded);
+        apply(foldCase);
     if (!isLiteral && (_options & foldings))
-        _folded = decomposed(_folded);
+        apply(decompose);
     // 3. Marks go last, when all that carry some are apart from them.
     if (_options & NSDiacriticInsensitiveSearch)
-        _folded = withoutMarks(_folded);
-    _key = _folded;
+        apply(removeMarks);
 }
 
 std::u16string foldedText(std::u16string_view text, uint64_t options)

@@ -2,7 +2,9 @@
 
 #include "Platform/Foundation/ComposedCharacterSequences.h"
 
+#include <array>
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <string_view>
 
@@ -39,6 +41,7 @@ private:
     bool arriveAt(std::optional<NSRange> range);
     std::optional<NSRange> nextCharacter();
     std::optional<NSRange> previousCharacter();
+    void findKey(std::u16string_view piece);
     void fold(std::u16string_view piece);
 
     std::u16string_view _text;
@@ -50,6 +53,15 @@ private:
     std::u16string_view _key;
     char16_t _unit = 0;
     std::u16string _folded;
+    std::u16string _changed;   // scratch
+    // Keys of single characters that took work. A text uses few letters and each of them often.
+    struct KnownKey {
+        char16_t unit = 0;
+        uint8_t length = 0;   // 0 in an unused one
+        std::array<char16_t, 4> key;
+    };
+    static constexpr size_t knownKeyCount = 128;
+    std::unique_ptr<std::array<KnownKey, knownKeyCount>> _knownKeys;
 };
 
 // The keys of all pieces of `text`, in their order.
