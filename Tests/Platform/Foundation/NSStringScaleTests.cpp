@@ -15,7 +15,7 @@
 
 namespace {
 
-constexpr size_t length = size_t(1) << 17;
+constexpr size_t length = size_t(1) << 16;
 
 std::u16string repeated(std::u16string_view piece)
 {
