@@ -131,6 +131,7 @@ void DevToolsEngine::start(const PageEngineOptions& options)
     _connection->setEventHandler([this](const Message& event) { handle(event); });
     _connection->setClosedHandler([this](const NSString& reason) { connectionClosed(reason); });
     _interruptions.refuseForGood();
+    _gate.enable();
     _link.send({}, "Target.setDiscoverTargets", R"({"discover":true,"filter":[{"type":"page"}]})");
     _link.send({}, "Target.setAutoAttach",
         R"({"autoAttach":true,"waitForDebuggerOnStart":true,"flatten":true,"filter":[{"type":"page"}]})");
@@ -168,6 +169,8 @@ void DevToolsEngine::handle(const Message& event)
     } else if (event.session() == _link.pageSession || _sessions.contains(event.session())) {
         if (method == "Page.domContentEventFired" && event.session() == _link.pageSession)
             askForTitle();
+        if (method == "Page.frameNavigated" && content.object("frame").text("parentId").empty())
+            _gate.ownLoadSettled();
         _interruptions.handle(event);
         _frames.handle(event);
     }
@@ -180,7 +183,7 @@ void DevToolsEngine::attached(const JSONView& content)
     const std::string_view type = target.text("type");
     if (type == "page") {
         if (!_link.pageSession.empty()) {
-            _interruptions.closeWindow(target.text("targetId"));
+            _interruptions.closeWindow(target, session);
             return;
         }
         _link.pageSession = session;
@@ -207,7 +210,6 @@ void DevToolsEngine::prepare(const std::string& session, bool isPage)
     if (!isPage)
         return;
     _link.send(session, "Page.enable");
-    _gate.enable(session);
     _link.send(session, "Target.setAutoAttach",
         R"({"autoAttach":true,"waitForDebuggerOnStart":true,"flatten":true,"filter":[{"type":"iframe"},{"type":"worker"}]})");
     if (!_settings.javaScriptEnabled)
@@ -273,6 +275,7 @@ void DevToolsEngine::navigateAnswered(const NSURL& url, const Connection::Reply&
         refuseLoad(NSURLRequest::requestWithURL(url), loadError(NSURLErrorDomain, NSURLErrorBadURL, url));
     } else if (!reply.refusal && !reply.result.text("errorText").empty()) {
         const DocumentID document(reply.result.text("loaderId"));
+        _gate.ownLoadSettled();
         const NSError error = errorFromEngineName(reply.result.text("errorText"), url);
         if (_gate.hasSeenOwnLoad())
             _frames.failDocument(document, error);

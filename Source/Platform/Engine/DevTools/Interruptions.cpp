@@ -19,7 +19,14 @@ void Interruptions::handle(const Message& event)
     }
 }
 
-void Interruptions::closeWindow(std::string_view target)
+void Interruptions::closeWindow(const JSONView& target, const std::string& session)
 {
-    _link.send({}, "Target.closeTarget", R"({"targetId":")" + std::string(target) + "\"}");
+    // A script that can reach the new window waits for it as long as the window itself waits, so that one must be let go; what it
+    // asks for is held for ever, and nothing of it reaches a server. Any other window just goes, with its first request unsent.
+    const bool isWaitedFor = target.boolean("canAccessOpener");
+    if (isWaitedFor)
+        _link.send(session, "Fetch.enable", "{}");
+    _link.send({}, "Target.closeTarget", R"({"targetId":")" + std::string(target.text("targetId")) + "\"}");
+    if (isWaitedFor)
+        _link.send(session, "Runtime.runIfWaitingForDebugger");
 }

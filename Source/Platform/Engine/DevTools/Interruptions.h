@@ -11,8 +11,8 @@ public:
     void refuseForGood();
     // Takes dialogs and new windows of a page; anything else is left alone.
     void handle(const Message& event);
-    // Closes a window that the page opened, before it loads anything.
-    void closeWindow(std::string_view target);
+    // Closes a window that the page opened, before it loads anything. `target` is what the engine tells of it, `session` its own.
+    void closeWindow(const JSONView& target, const std::string& session);
 
 private:
     EngineLink& _link;

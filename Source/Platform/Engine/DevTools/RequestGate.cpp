@@ -31,10 +31,25 @@ json headerList(const NSDictionary& fields)
 
 }
 
-void RequestGate::enable(const std::string& session)
+void RequestGate::enable()
 {
-    _link.send(session, "Fetch.enable",
+    _isAside = false;
+    _link.send({}, "Fetch.enable",
         R"({"patterns":[{"resourceType":"Document","requestStage":"Request"},{"resourceType":"Document","requestStage":"Response"}]})");
+}
+
+void RequestGate::stepAsideFor(const Held& held)
+{
+    if (held.document != _ownDocument || held.frame != EngineLink::mainFrameID)
+        return;
+    _isAside = true;
+    _link.send({}, "Fetch.enable", R"({"patterns":[]})");
+}
+
+void RequestGate::ownLoadSettled()
+{
+    if (_isAside)
+        enable();
 }
 
 void RequestGate::open(const std::string& session)
@@ -68,10 +83,10 @@ void RequestGate::handle(const Message& event)
         responseHeld(held, content);
     } else if (content.has("responseErrorReason")) {
         goOn(held);
-    } else if (_openSessions.contains(held.session)) {
+    } else if (_openSessions.contains(_frames.sessionOf(held.frame))) {
         requestHeld(held, content.has("redirectedRequestId"));
     } else {
-        _waiting[held.session].push_back(std::move(held));
+        _waiting[_frames.sessionOf(held.frame)].push_back(std::move(held));
     }
 }
 
@@ -162,6 +177,7 @@ void RequestGate::responseHeld(const Held& held, const JSONView& content)
     }
     if (!response.MIMEType() && response.isHTTP()) {
         _unjudged.insert_or_assign(held.document, held);
+        stepAsideFor(held);
         goOn(held);
         return;
     }
@@ -208,6 +224,7 @@ void RequestGate::showResponse(const Held& held, const NSURLResponse& response)
         return;
     }
     const bool isAttachment = response.valueForHTTPHeaderField(u"Content-Disposition").length() > 0;
+    stepAsideFor(held);
     if (isShown && !isAttachment) {
         goOn(held);
         return;
@@ -247,6 +264,7 @@ void RequestGate::takeBody(const Held& held, const NSURLResponse& response)
 
 void RequestGate::forgetAll()
 {
+    ownLoadSettled();
     ++_generation;
     _ownRequest = {};
     _ownDocument.clear();

@@ -15,6 +15,9 @@ bool isInline(std::string_view url)
     return url.starts_with("data:") || url.starts_with("blob:");
 }
 
+// Bytes. From here on it pays to fetch a body while the rest of the page still loads.
+constexpr int64_t worthFetchingAtOnce = 128 * 1024;
+
 }
 
 ResourceTracker::Resource* ResourceTracker::find(const std::string& networkID)
@@ -123,7 +126,9 @@ void ResourceTracker::finished(const std::string& networkID)
     resource->isFinished = true;
     if (!resource->isDocument && !resource->isFromMemory)
         _sources.emplace(resource->url.absoluteString().UTF8(), networkID);
-    if (resource->bodyState == Body::None)
+    if (resource->bodyState == Body::None && resource->length >= worthFetchingAtOnce && !resource->isFromMemory)
+        askForBody(networkID, *resource);
+    else if (resource->bodyState == Body::None)
         _unasked.push_back(networkID);
     _link.client->resourceFinished(networkID);
 }

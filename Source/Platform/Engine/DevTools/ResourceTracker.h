@@ -12,7 +12,7 @@
 // Follows what the page loads, and fetches the bytes of it.
 //
 // The engine keeps the bytes of every load as they came (see the parameters of networkParameters). They are fetched when the first of them is asked
-// for, all at once: asked one by one, or while the page still loads, they cost a third more. What the engine answers from its memory cache has no bytes of its own; those
+// for, all at once, which costs least; only large ones are fetched while the page still loads, which is soonest. What the engine answers from its memory cache has no bytes of its own; those
 // of the first load of that address are taken.
 class ResourceTracker {
 public:
