@@ -10,8 +10,7 @@ class Value;
 
 // An ordered list of values. It is a value itself: copies share their elements until one of them is changed, so the platform's
 // separate mutable class is not needed. A default-constructed array is absent: it counts 0 and differs from an empty one.
-class NSArray
-{
+class NSArray {
 public:
     NSArray() = default;
     NSArray(std::initializer_list<Value> elements);

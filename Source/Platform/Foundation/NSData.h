@@ -15,18 +15,11 @@ class NSString;
 enum NSDataWritingOptions : uint64_t { NSDataWritingNone = 0, NSDataWritingAtomic = 1 };
 
 // Immutable bytes; copies share them. A default-constructed one is absent, which differs from empty.
-class NSData
-{
+class NSData {
 public:
     NSData() = default;
-    explicit NSData(std::vector<std::byte> bytes)
-        : _bytes(std::make_shared<const std::vector<std::byte>>(std::move(bytes)))
-    {
-    }
-    explicit NSData(std::span<const std::byte> bytes)
-        : NSData(std::vector<std::byte>(bytes.begin(), bytes.end()))
-    {
-    }
+    explicit NSData(std::vector<std::byte> bytes) : _bytes(std::make_shared<const std::vector<std::byte>>(std::move(bytes))) { }
+    explicit NSData(std::span<const std::byte> bytes) : NSData(std::vector<std::byte>(bytes.begin(), bytes.end())) { }
     [[nodiscard]] static NSData dataWithBytes(std::string_view bytes);
     // The file's bytes; absent when it cannot be read, and then the error goes to `*error` if given.
     [[nodiscard]] static NSData dataWithContentsOfFile(const NSString& path, NSError* error = nullptr);

@@ -9,8 +9,7 @@ class NSString;
 inline constexpr double NSTimeIntervalSince1970 = 978307200.0;
 
 // A point in time; a default-constructed one is absent.
-class NSDate
-{
+class NSDate {
 public:
     NSDate() = default;
     [[nodiscard]] static NSDate date();
@@ -32,9 +31,6 @@ public:
     friend std::partial_ordering operator<=>(const NSDate& a, const NSDate& b) { return a._seconds <=> b._seconds; }
 
 private:
-    explicit NSDate(double seconds)
-        : _seconds(seconds)
-    {
-    }
+    explicit NSDate(double seconds) : _seconds(seconds) { }
     std::optional<double> _seconds;
 };

@@ -12,8 +12,7 @@ class Value;
 // Values under string keys, in the order in which the keys were first set. It is a value itself: copies share their entries until
 // one of them is changed, so the platform's separate mutable class is not needed. A default-constructed dictionary is absent: it
 // counts 0 and differs from an empty one. Look-up takes constant time.
-class NSDictionary
-{
+class NSDictionary {
 public:
     using Entry = std::pair<NSString, Value>;
 

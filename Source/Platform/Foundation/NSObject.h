@@ -5,13 +5,9 @@
 #include <string_view>
 
 // A class object: names a type at run time. Two are equal when they name the same type.
-class Class
-{
+class Class {
 public:
-    constexpr explicit Class(std::string_view name)
-        : _name(name)
-    {
-    }
+    constexpr explicit Class(std::string_view name) : _name(name) { }
     [[nodiscard]] NSString name() const { return NSString::stringWithUTF8String(_name); }
     bool operator==(const Class&) const = default;
 
@@ -24,8 +20,7 @@ private:
 
 // Base of objects that a Value can refer to and that have no kind of their own there. Objects are shared through
 // std::shared_ptr and must be safe to describe from any thread.
-class NSObject
-{
+class NSObject {
 public:
     NSObject() = default;
     NSObject(const NSObject&) = delete;

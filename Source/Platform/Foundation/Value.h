@@ -18,20 +18,15 @@
 // Anything that a user info, a setting or a property list can hold, or nothing at all. An absent string, data, date, array,
 // dictionary, URL, error or object makes an absent value, so that there is one way only to be absent. Copies are cheap and
 // share what they hold.
-class Value
-{
+class Value {
 public:
     enum class Kind { Absent, Null, Boolean, Integer, Real, String, Data, Date, Array, Dictionary, URL, Error, Class, Object };
 
     Value() = default;
     Value(std::nullptr_t) { }
-    Value(NSNull null)
-        : _held(null)
-    {
-    }
+    Value(NSNull null) : _held(null) { }
     template <std::same_as<bool> Boolean>
-    Value(Boolean boolean)
-        : _held(boolean)
+    Value(Boolean boolean) : _held(boolean)
     {
     }
     template <std::integral Integer>
@@ -40,14 +35,8 @@ public:
         : _held(static_cast<int64_t>(integer))
     {
     }
-    Value(double real)
-        : _held(real)
-    {
-    }
-    Value(const char16_t* text)
-        : Value(NSString(text))
-    {
-    }
+    Value(double real) : _held(real) { }
+    Value(const char16_t* text) : Value(NSString(text)) { }
     Value(NSString string);
     Value(NSData data);
     Value(NSDate date);
@@ -55,14 +44,10 @@ public:
     Value(NSDictionary dictionary);
     Value(NSURL url);
     Value(NSError error);
-    Value(::Class type)
-        : _held(type)
-    {
-    }
+    Value(::Class type) : _held(type) { }
     Value(std::shared_ptr<const NSObject> object);
     template <std::derived_from<NSObject> Object>
-    Value(std::shared_ptr<Object> object)
-        : Value(std::shared_ptr<const NSObject>(std::move(object)))
+    Value(std::shared_ptr<Object> object) : Value(std::shared_ptr<const NSObject>(std::move(object)))
     {
     }
 
