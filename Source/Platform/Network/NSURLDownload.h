@@ -16,16 +16,16 @@ class NSURLDownloadDelegate {
 public:
     virtual ~NSURLDownloadDelegate() = default;
 
-    virtual void downloadDidReceiveResponse(NSURLDownload&, const NSURLResponse& /*response*/) {}
+    virtual void downloadDidReceiveResponse(NSURLDownload&, const NSURLResponse& /*response*/) { }
     // `length` more bytes are in the file.
-    virtual void downloadDidReceiveDataOfLength(NSURLDownload&, uint64_t /*length*/) {}
+    virtual void downloadDidReceiveDataOfLength(NSURLDownload&, uint64_t /*length*/) { }
     // The place to set the destination. A download without one goes into the user's download folder under the suggested name.
-    virtual void downloadDecideDestinationWithSuggestedFilename(NSURLDownload&, const NSString& /*filename*/) {}
+    virtual void downloadDecideDestinationWithSuggestedFilename(NSURLDownload&, const NSString& /*filename*/) { }
     // The file that was made: another one than asked for when that was taken.
-    virtual void downloadDidCreateDestination(NSURLDownload&, const NSString& /*path*/) {}
-    virtual void downloadDidFinish(NSURLDownload&) {}
+    virtual void downloadDidCreateDestination(NSURLDownload&, const NSString& /*path*/) { }
+    virtual void downloadDidFinish(NSURLDownload&) { }
     // What had been written is removed already.
-    virtual void downloadDidFailWithError(NSURLDownload&, const NSError& /*error*/) {}
+    virtual void downloadDidFailWithError(NSURLDownload&, const NSError& /*error*/) { }
 };
 
 // Fetches an address into a file, without holding it in memory. http and https go over the network, with redirects, content-decoding, proxies of the

@@ -1,0 +1,123 @@
+#include "Platform/Network/TransferErrors.h"
+
+#include "Platform/Foundation/Value.h"
+
+#include <libsoup/soup.h>
+#include <optional>
+
+namespace {
+
+// The gravest one counts: who it is before whom it names before when.
+int64_t codeForCertificate(GTlsCertificateFlags errors)
+{
+    if (errors & G_TLS_CERTIFICATE_UNKNOWN_CA)
+        return NSURLErrorServerCertificateHasUnknownRoot;
+    if (errors & ~static_cast<unsigned>(G_TLS_CERTIFICATE_EXPIRED | G_TLS_CERTIFICATE_NOT_ACTIVATED))
+        return NSURLErrorServerCertificateUntrusted;
+    return errors ? NSURLErrorServerCertificateHasBadDate : NSURLErrorSecureConnectionFailed;
+}
+
+std::optional<int64_t> codeForIO(int code)
+{
+    switch (code) {
+    case G_IO_ERROR_HOST_NOT_FOUND:
+        return NSURLErrorCannotFindHost;
+    case G_IO_ERROR_CONNECTION_REFUSED:
+    case G_IO_ERROR_HOST_UNREACHABLE:
+    case G_IO_ERROR_NETWORK_UNREACHABLE:
+    case G_IO_ERROR_PROXY_FAILED:
+        return NSURLErrorCannotConnectToHost;
+    case G_IO_ERROR_PROXY_AUTH_FAILED:
+    case G_IO_ERROR_PROXY_NEED_AUTH:
+    case G_IO_ERROR_PROXY_NOT_ALLOWED:
+        return NSURLErrorUserAuthenticationRequired;
+    case G_IO_ERROR_CONNECTION_CLOSED:   // a reset and a broken pipe too
+    case G_IO_ERROR_PARTIAL_INPUT:
+    case G_IO_ERROR_CLOSED:
+        return NSURLErrorNetworkConnectionLost;
+    case G_IO_ERROR_TIMED_OUT:
+        return NSURLErrorTimedOut;
+    case G_IO_ERROR_CANCELLED:
+        return NSURLErrorCancelled;
+    case G_IO_ERROR_INVALID_DATA:   // from the decoders
+        return NSURLErrorCannotDecodeContentData;
+    default:
+        return {};
+    }
+}
+
+std::optional<int64_t> codeForSession(int code)
+{
+    switch (code) {
+    case SOUP_SESSION_ERROR_PARSING:
+        return NSURLErrorBadServerResponse;
+    case SOUP_SESSION_ERROR_ENCODING:
+        return NSURLErrorCannotDecodeContentData;
+    default:
+        return {};
+    }
+}
+
+std::optional<int64_t> codeForNetwork(const GError& error, GTlsCertificateFlags certificateErrors)
+{
+    if (error.domain == G_RESOLVER_ERROR)
+        return NSURLErrorCannotFindHost;
+    if (error.domain == G_TLS_ERROR)
+        return error.code == G_TLS_ERROR_EOF ? NSURLErrorNetworkConnectionLost : codeForCertificate(certificateErrors);
+    if (error.domain == SOUP_SESSION_ERROR)
+        return codeForSession(error.code);
+    return error.domain == G_IO_ERROR ? codeForIO(error.code) : std::nullopt;
+}
+
+std::optional<int64_t> codeForFile(int code)
+{
+    switch (code) {
+    case G_IO_ERROR_NOT_FOUND:
+    case G_IO_ERROR_NOT_DIRECTORY:
+    case G_IO_ERROR_FILENAME_TOO_LONG:
+    case G_IO_ERROR_TOO_MANY_LINKS:
+    case G_IO_ERROR_NOT_MOUNTED:
+    case G_IO_ERROR_NOT_SUPPORTED:   // no file system knows such an address
+        return NSURLErrorFileDoesNotExist;
+    case G_IO_ERROR_IS_DIRECTORY:
+        return NSURLErrorFileIsDirectory;
+    case G_IO_ERROR_PERMISSION_DENIED:
+        return NSURLErrorNoPermissionsToReadFile;
+    case G_IO_ERROR_NOT_REGULAR_FILE:
+        return NSURLErrorResourceUnavailable;
+    default:
+        return codeForIO(code);
+    }
+}
+
+NSError errorOrUnknown(std::optional<int64_t> code, const GError& error, const NSURL& url)
+{
+    if (code)
+        return transferError(*code, url);
+    return transferError(NSURLErrorUnknown, url, NSString::stringWithRepairedUTF8(error.message));
+}
+
+}
+
+NSError transferError(int64_t code, const NSURL& url, const NSString& reason)
+{
+    NSDictionary userInfo;
+    if (reason)
+        userInfo.setObject(reason, NSLocalizedFailureReasonErrorKey);
+    if (url) {
+        userInfo.setObject(url, NSURLErrorFailingURLErrorKey);
+        userInfo.setObject(url.absoluteString(), NSURLErrorFailingURLStringErrorKey);
+        userInfo.setObject(url, NSURLErrorKey);
+    }
+    return NSError(NSURLErrorDomain, code, userInfo);
+}
+
+NSError transferErrorFromNetwork(const GError& error, GTlsCertificateFlags certificateErrors, const NSURL& url)
+{
+    return errorOrUnknown(codeForNetwork(error, certificateErrors), error, url);
+}
+
+NSError transferErrorFromFile(const GError& error, const NSURL& url)
+{
+    return errorOrUnknown(error.domain == G_IO_ERROR ? codeForFile(error.code) : std::nullopt, error, url);
+}
