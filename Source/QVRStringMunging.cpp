@@ -97,14 +97,13 @@ NSString qvrStringByChoppingComposedCharacter(const NSString& string)
 
 NSString qvrFirstSpaceComponent(const NSString& string)
 {
-    const NSArray pieces = string.componentsSeparatedByString(u" ");
-    return pieces.count() == 0 ? NSString() : pieces[0].string();
+    return qvrSubstringToIndex(string, string.units().find(u' '));
 }
 
 NSString qvrLastSpaceComponent(const NSString& string)
 {
-    const NSArray pieces = string.componentsSeparatedByString(u" ");
-    return pieces.count() == 0 ? NSString() : pieces[pieces.count() - 1].string();
+    const size_t space = string.units().rfind(u' ');
+    return space == std::u16string_view::npos ? string : string.substringFromIndex(space + 1);
 }
 
 NSRange qvrRangeOfComposedCharacterSequencesInRange(const NSString& string, NSRange range)
