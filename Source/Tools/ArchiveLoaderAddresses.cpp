@@ -6,6 +6,9 @@
 #include "Tools/ArchiveLoader.h"
 #include "Tools/SourceFile.h"
 
+#include <algorithm>
+#include <utility>
+
 // The address that is really loaded, the main request, and the rules for single sites.
 
 namespace {
@@ -49,13 +52,54 @@ NSArray listForKey(const NSString& key, const Value& defaultValue)
     return qvrObjectForKey(key, HostDomain, defaultValue).array();
 }
 
+bool isASCII(const NSString& text)
+{
+    return std::all_of(text.units().begin(), text.units().end(), [](char16_t unit) { return unit < 0x80; });
+}
+
+char16_t smallLetter(char16_t unit)
+{
+    return unit >= u'A' && unit <= u'Z' ? static_cast<char16_t>(unit + (u'a' - u'A')) : unit;
+}
+
+// A host that is looked for in lists. They can be long, and nearly all hosts are ASCII, where letter case needs no tables.
+class SoughtHost {
+public:
+    explicit SoughtHost(NSString host) : _host(std::move(host)), _isASCII(isASCII(_host)) { }
+
+    // Whether the entry is this host in any letter case; where ASCII does not tell, `compare` is asked with the entry and the host.
+    [[nodiscard]] bool is(const NSString& entry, bool (*compare)(const NSString&, const NSString&)) const
+    {
+        if (!entry || !_host)
+            return false;
+        if (!_isASCII || !isASCII(entry))
+            return compare(entry, _host);
+        return std::equal(entry.units().begin(), entry.units().end(), _host.units().begin(), _host.units().end(),
+            [](char16_t a, char16_t b) { return smallLetter(a) == smallLetter(b); });
+    }
+
+private:
+    NSString _host;
+    bool _isASCII;
+};
+
+bool isSameInLowerCase(const NSString& a, const NSString& b)
+{
+    return a.lowercaseString() == b.lowercaseString();
+}
+
+bool isSameWithoutCase(const NSString& a, const NSString& b)
+{
+    return qvrCaseInsensitiveIsEqual(a, b);
+}
+
 // The first entry of a list of hosts that is the address's host; absent when none is. Entries that are no texts match nothing.
 NSString entryForHost(const NSArray& hosts, const NSURL& url)
 {
-    const NSString host = url.host();
+    const SoughtHost host(url.host());
     for (const Value& entry : hosts) {
-        if (entry.string() && qvrCaseInsensitiveIsEqual(entry.string(), host))
-            return entry.string();
+        if (NSString text = entry.string(); host.is(text, isSameWithoutCase))
+            return text;
     }
     return {};
 }
@@ -75,18 +119,20 @@ NSURL ArchiveLoader::processURL(const NSURL& url)
 {
     NSURL current = url;
     if (qvrIsMacOSAtLeast10_9()) {
+        NSURLComponents components = NSURLComponents::componentsWithURL(current, false);
+        SoughtHost host(components.host());
         for (const NSArray& pairs : {listForKey(u"WebToolHostSubstitutions", builtInHostSubstitutions()),
                  listForKey(u"WebToolExtraHostSubstitutions", NSArray())}) {
             for (const Value& entry : pairs) {
                 const NSArray pair = entry.array();
-                if (pair.count() < 2 || !pair[0].string() || !pair[1].string())
-                    continue;
-                NSURLComponents components = NSURLComponents::componentsWithURL(current, false);
-                if (!components.host() || components.host().lowercaseString() != pair[0].string().lowercaseString())
+                if (pair.count() < 2 || !pair[1].is(Value::Kind::String) || !host.is(pair[0].string(), isSameInLowerCase))
                     continue;
                 components.setHost(pair[1].string());
                 if (const NSURL substituted = components.URL())
                     current = substituted;
+                // The next pair sees what this one made.
+                components = NSURLComponents::componentsWithURL(current, false);
+                host = SoughtHost(components.host());
             }
         }
     }
