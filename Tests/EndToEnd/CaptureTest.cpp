@@ -2,6 +2,7 @@
 
 #include <csignal>
 #include <filesystem>
+#include <stdexcept>
 #include <unistd.h>
 
 using namespace std::chrono_literals;
@@ -111,9 +112,9 @@ Captured CaptureTest::finish(Subprocess& process)
 
 void CaptureTest::expectArchive(const Captured& captured)
 {
-    EXPECT_TRUE(captured.record.hasSucceeded()) << captured.record.errorString.value_or("(no error)") << '\n'
-                                                << captured.process.error;
-    ASSERT_TRUE(captured.archive);
+    if (!captured.record.hasSucceeded() || !captured.archive)
+        throw std::runtime_error("no archive; error: " + captured.record.errorString.value_or("none") + "; standard error:\n"
+            + captured.process.error);
 }
 
 void CaptureTest::expectError(const Captured& captured, const std::string& domain, long long code)

@@ -59,7 +59,7 @@ protected:
     Captured captureWithArguments(std::vector<std::string> arguments);
     // A page at "/page.html" with this markup, captured.
     Captured captureMarkup(const std::string& markup);
-    // Success and an archive, or a failure that shows the record.
+    // Success and an archive; otherwise it throws, which ends the test, with what the record and standard error say.
     static void expectArchive(const Captured& captured);
     // No success, and this domain and code in the archived error.
     static void expectError(const Captured& captured, const std::string& domain, long long code);

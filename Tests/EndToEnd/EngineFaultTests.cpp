@@ -12,12 +12,8 @@ namespace {
 constexpr const char* toolDomain = "com.brackenlow.tarnwick.webtool";
 // The longest time between a fault of the engine and the end of the tool, in seconds.
 constexpr double patience = 5;
-
-std::string commandLineOf(pid_t process)
-{
-    std::ifstream stream("/proc/" + std::to_string(process) + "/cmdline", std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
-}
+// What a busy machine may add to it.
+constexpr double slack = 4;
 
 // The descendants whose command line holds `part`.
 std::vector<pid_t> descendantsWith(pid_t process, const std::string& part)
@@ -65,18 +61,22 @@ protected:
         return process;
     }
 
-    // The tool ends soon after the fault, with an error about the engine.
-    void expectEndOf(Subprocess& process)
+    // The tool ends soon after the fault, with an error of this domain that says in words what happened.
+    void expectEndOf(Subprocess& process, const std::string& domain)
     {
         const auto fault = std::chrono::steady_clock::now();
         const Captured captured = finish(process);
-        EXPECT_LT(std::chrono::duration<double>(std::chrono::steady_clock::now() - fault).count(), patience + 3);
+        EXPECT_LT(std::chrono::duration<double>(std::chrono::steady_clock::now() - fault).count(), patience + slack);
         EXPECT_EQ(captured.record.keys, (std::vector<std::string>{"succeeded", "errorData", "errorString", "url"}));
         EXPECT_EQ(captured.record.url, url("/half.html"));
         const ArchivedError error = readArchivedError(captured.record.errorData.value_or(""));
-        EXPECT_EQ(error.domain, "NSURLErrorDomain");
-        EXPECT_EQ(error.code, -1);
-        EXPECT_FALSE(error.value("NSLocalizedFailureReason").value_or("").empty());
+        EXPECT_EQ(error.domain, domain);
+        if (domain == toolDomain) {
+            EXPECT_FALSE(error.value("NSLocalizedRecoverySuggestion").value_or("").empty());
+        } else {
+            EXPECT_EQ(error.code, -1);
+            EXPECT_FALSE(error.value("NSLocalizedFailureReason").value_or("").empty());
+        }
         EXPECT_EQ(namesIn(outputFolder()), std::vector<std::string>());
     }
 };
@@ -86,7 +86,7 @@ TEST_F(EngineFault, IsNamedWhenTheConfiguredEngineIsMissing)
     settings["WebToolEnginePath"] = folder.pathOf("no such engine");
     const Captured captured = capture(url("/page.html"));
     expectEngineError(captured);
-    EXPECT_LT(captured.seconds(), patience);
+    EXPECT_LT(captured.seconds(), patience + slack);
 }
 
 TEST_F(EngineFault, IsNamedWhenNoEngineIsOnThePath)
@@ -94,7 +94,7 @@ TEST_F(EngineFault, IsNamedWhenNoEngineIsOnThePath)
     environment["PATH"] = folder.makeFolder("nothing on the path");
     const Captured captured = capture(url("/page.html"));
     expectEngineError(captured);
-    EXPECT_LT(captured.seconds(), patience);
+    EXPECT_LT(captured.seconds(), patience + slack);
 }
 
 TEST_F(EngineFault, IsNamedWhenTheEngineMayNotBeExecuted)
@@ -116,7 +116,7 @@ TEST_F(EngineFault, IsNamedWhenTheEngineEndsAtOnce)
         writeEngine(text);
         const Captured captured = capture(url("/page.html"));
         expectEngineError(captured);
-        EXPECT_LT(captured.seconds(), patience);
+        EXPECT_LT(captured.seconds(), patience + slack);
     }
 }
 
@@ -129,7 +129,7 @@ TEST_F(EngineFault, IsNamedWhenTheEngineNeverAnswers)
         writeEngine(text);
         const Captured captured = capture(url("/page.html"));
         expectEngineError(captured);
-        EXPECT_LT(captured.seconds(), patience + 1);
+        EXPECT_LT(captured.seconds(), patience + slack);
     }
 }
 
@@ -142,7 +142,7 @@ TEST_F(EngineFault, IsNamedWhenTheEngineTalksNonsense)
         writeEngine(text);
         const Captured captured = capture(url("/page.html"));
         expectEngineError(captured);
-        EXPECT_LT(captured.seconds(), patience + 1);
+        EXPECT_LT(captured.seconds(), patience + slack);
     }
 }
 
@@ -153,7 +153,7 @@ TEST_F(EngineFault, EndsTheCaptureWhenTheEngineIsKilledWhileItLoads)
     ASSERT_FALSE(engines.empty());
     for (const pid_t engine : engines)
         kill(engine, SIGKILL);
-    expectEndOf(*process);
+    expectEndOf(*process, "NSURLErrorDomain");
 }
 
 TEST_F(EngineFault, EndsTheCaptureWhenThePagesProcessIsKilledWhileItLoads)
@@ -163,7 +163,7 @@ TEST_F(EngineFault, EndsTheCaptureWhenThePagesProcessIsKilledWhileItLoads)
     ASSERT_FALSE(renderers.empty());
     for (const pid_t renderer : renderers)
         kill(renderer, SIGKILL);
-    expectEndOf(*process);
+    expectEndOf(*process, "NSURLErrorDomain");
 }
 
 TEST_F(EngineFault, EndsTheCaptureWhenTheEngineHangsWhileItLoads)
@@ -173,7 +173,7 @@ TEST_F(EngineFault, EndsTheCaptureWhenTheEngineHangsWhileItLoads)
     ASSERT_FALSE(engines.empty());
     for (const pid_t engine : engines)
         kill(engine, SIGSTOP);
-    expectEndOf(*process);
+    expectEndOf(*process, toolDomain);
 }
 
 TEST_F(EngineFault, IsNoneWhenTheEngineIsWrappedAndTalkative)
@@ -249,7 +249,7 @@ TEST_F(EngineProcess, KeepsItsSandboxUnlessTheToolRunsAsRoot)
     settings["LogWebTool"] = true;
     const auto process = startHangingLoad();
     const std::vector<pid_t> engines = engineProcesses(process->processIdentifier());
-    ASSERT_EQ(engines.size(), 1U);
+    ASSERT_FALSE(engines.empty());   // the command and, where that is a script, the engine under it
     const bool withoutSandbox = commandLineOf(engines[0]).find("--no-sandbox") != std::string::npos;
     server.release("/never.png");
     const Captured captured = finish(*process);

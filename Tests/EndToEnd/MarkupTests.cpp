@@ -116,7 +116,9 @@ TEST_F(Markup, OfALongDocumentIsWhole)
     std::string markup = "<!DOCTYPE html><title>t</title><table>";
     for (int row = 0; row < 20'000; ++row)
         markup += "<tr><td>row " + std::to_string(row) + "</td><td>the quick brown fox jumps over the lazy dog</td></tr>\n";
-    const std::string page = captureMarkup(markup + "</table>").page();
+    const Captured captured = captureMarkup(markup + "</table>");
+    expectArchive(captured);
+    const std::string page = captured.page();
     EXPECT_GT(page.size(), markup.size());
     EXPECT_EQ(occurrences(page, "</tr>"), 20'000U);
     EXPECT_TRUE(holds(page, "<td>row 19999</td>"));

@@ -150,7 +150,7 @@ TEST_F(SettingsFile, SwitchesLogOptions)
     settings["QVRLoggerIncludeArea"] = false;
     const Captured captured = captureMarkup(byScript);
     expectArchive(captured);
-    EXPECT_GE(captured.logCount("[com.brackenlow.twwebtool] <<mark>> Try 0 loading: "), 1U) << captured.process.error;
+    EXPECT_GE(captured.logCount(" <<mark>> Try 0 loading: "), 1U) << captured.process.error;
 }
 
 class MainRequest : public CaptureTest { };

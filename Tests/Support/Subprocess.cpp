@@ -8,8 +8,6 @@
 #include <cstring>
 #include <fcntl.h>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <poll.h>
 #include <spawn.h>
 #include <stdexcept>
@@ -63,12 +61,19 @@ void makePipe(int (&ends)[2])
     fcntl(ends[0], F_SETFL, O_NONBLOCK);
 }
 
-std::string commandLine(pid_t process)
+// A file of a process that may end at any moment; empty once it has.
+std::string readProcessFile(pid_t process, const char* name)
 {
-    std::ifstream stream("/proc/" + std::to_string(process) + "/cmdline", std::ios::binary);
-    std::string text{std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
-    std::replace(text.begin(), text.end(), '\0', ' ');
-    return std::to_string(process) + ": " + (text.empty() ? "(ended, not yet waited for)" : text);
+    const int descriptor = open(("/proc/" + std::to_string(process) + '/' + name).c_str(), O_RDONLY | O_CLOEXEC);
+    if (descriptor < 0)
+        return {};
+    std::string text;
+    std::array<char, 4096> piece;
+    ssize_t count;
+    while ((count = read(descriptor, piece.data(), piece.size())) > 0)
+        text.append(piece.data(), static_cast<size_t>(count));
+    close(descriptor);
+    return text;
 }
 
 }
@@ -225,12 +230,12 @@ std::vector<pid_t> descendantsOf(pid_t process)
         const std::string name = entry.path().filename();
         if (name.find_first_not_of("0123456789") != std::string::npos)
             continue;
-        std::ifstream stream(entry.path() / "stat");
-        const std::string text{std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
+        const pid_t candidate = std::atoi(name.c_str());
+        const std::string text = readProcessFile(candidate, "stat");
         // The command's name, in parentheses, may hold anything; behind it stand the state and the parent.
         const size_t end = text.rfind(')');
         if (end != std::string::npos && text.size() > end + 4)
-            children[std::atoi(text.c_str() + end + 4)].push_back(std::atoi(name.c_str()));
+            children[std::atoi(text.c_str() + end + 4)].push_back(candidate);
     }
     std::vector<pid_t> found;
     std::vector<pid_t> open = {process};
@@ -243,6 +248,13 @@ std::vector<pid_t> descendantsOf(pid_t process)
         }
     }
     return found;
+}
+
+std::string commandLineOf(pid_t process)
+{
+    std::string text = readProcessFile(process, "cmdline");
+    std::replace(text.begin(), text.end(), '\0', ' ');
+    return text;
 }
 
 std::vector<std::string> leftoverProcesses(std::chrono::milliseconds timeout)
@@ -264,7 +276,7 @@ std::vector<std::string> leftoverProcesses(std::chrono::milliseconds timeout)
             continue;
         std::vector<std::string> lines;
         for (const pid_t left : descendantsOf(getpid()))
-            lines.push_back(commandLine(left));
+            lines.push_back(std::to_string(left) + ": " + commandLineOf(left));
         return lines;
     }
 }

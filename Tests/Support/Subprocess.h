@@ -68,5 +68,7 @@ std::string runHelper(std::vector<std::string> arguments);
 [[nodiscard]] std::vector<std::string> leftoverProcesses(std::chrono::milliseconds timeout);
 // The process identifiers of all descendants of a process, at this moment.
 [[nodiscard]] std::vector<pid_t> descendantsOf(pid_t process);
+// A process's arguments with blanks between them; empty when it has ended.
+[[nodiscard]] std::string commandLineOf(pid_t process);
 
 }

@@ -100,6 +100,12 @@ Request parsedHead(std::string_view text)
     return request;
 }
 
+// Whether a client begins with TLS where plain text is spoken; such a one would wait for ever for its answer.
+bool isHandshake(const std::string& received)
+{
+    return received.starts_with('\x16');
+}
+
 int hexDigit(char character)
 {
     if (character >= '0' && character <= '9')
@@ -281,7 +287,9 @@ void TestServer::State::serve(int descriptor)
     while (goesOn) {
         size_t end;
         while ((end = buffer.find("\r\n\r\n")) == std::string::npos && goesOn)
-            goesOn = channel->read(buffer);
+            goesOn = channel->read(buffer) && !isHandshake(buffer);
+        if (isHandshake(buffer))
+            channel->write("HTTP/1.1 400 Bad Request\r\nConnection: close\r\n\r\n");
         if (!goesOn)
             break;
         Request request = parsedHead(std::string_view(buffer).substr(0, end));
@@ -450,12 +458,6 @@ bool TestServer::waitForRequests(const std::string& path, size_t count, std::chr
         const auto matches = [&](const Request& request) { return request.path == path; };
         return static_cast<size_t>(std::count_if(_state->log.begin(), _state->log.end(), matches)) >= count;
     });
-}
-
-bool TestServer::waitForClosedConnections(std::chrono::milliseconds timeout) const
-{
-    std::unique_lock lock(_state->mutex);
-    return _state->changed.wait_for(lock, timeout, [&] { return _state->channels.empty(); });
 }
 
 std::string contentTypeForName(const std::string& name)

@@ -71,8 +71,6 @@ public:
     // Waits until `path` was asked for at least `count` times; false when that does not happen in time.
     [[nodiscard]] bool waitForRequests(
         const std::string& path, size_t count = 1, std::chrono::milliseconds timeout = std::chrono::seconds(20)) const;
-    // Waits until no connection is open; false when that does not happen in time.
-    [[nodiscard]] bool waitForClosedConnections(std::chrono::milliseconds timeout = std::chrono::seconds(20)) const;
 
 private:
     struct State;
