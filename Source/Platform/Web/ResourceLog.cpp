@@ -107,10 +107,14 @@ void ResourceLog::finish(const ResourceID& name)
 
 void ResourceLog::fail(const ResourceID& name)
 {
-    if (Load* load = find(name)) {
-        load->state = State::Failed;
-        drop(name);
-    }
+    Load* load = find(name);
+    if (!load)
+        return;
+    // Engines give up style sheets and scripts when they see an error status. That is an answer all the same.
+    if (load->response.statusCode().value_or(0) >= 400)
+        return finish(name);
+    load->state = State::Failed;
+    drop(name);
 }
 
 ResourceLog::Load* ResourceLog::ownLoad(const DocumentID& document, const NSString& address)

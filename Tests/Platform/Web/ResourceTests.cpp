@@ -93,6 +93,16 @@ TEST_F(Resources, IncludeAnswersThatSayNotFoundAndThoseWithoutBytesOrType)
     EXPECT_EQ(resources()[1].data().length(), 0U);
 }
 
+TEST_F(Resources, IncludeErrorAnswersThatTheEngineGaveUp)
+{
+    open();
+    const ResourceID sheet = engine->request("main", u"http://h/broken.css");
+    engine->answer(sheet, support::response(u"http://h/broken.css", u"text/css", {}, 500));
+    engine->failResource(sheet, NSURLErrorCancelled);
+    ASSERT_EQ(addressesOf(resources()), (Lines{"http://h/broken.css"}));
+    EXPECT_EQ(resources()[0].MIMEType(), NSString(u"text/css"));
+}
+
 TEST_F(Resources, KeepTheFirstAddressOfARedirect)
 {
     open();

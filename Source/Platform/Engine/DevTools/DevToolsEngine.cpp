@@ -90,6 +90,7 @@ DevToolsEngine::DevToolsEngine(const PageEngineOptions& options) : _nobody(std::
         _link.client->authenticationRefused(document, response);
     };
     _resources.onActivity = [this](const std::string& networkID) { documentActivity(networkID); };
+    _resources.ownURL = [this] { return _gate.hasSeenOwnLoad() ? NSURL() : _gate.ownURL(); };
     _resources.onDocumentResponse = [this](const DocumentID& document, const NSURLResponse& response) {
         _gate.judgeGuessedType(document, response);
     };
@@ -169,8 +170,6 @@ void DevToolsEngine::handle(const Message& event)
     } else if (event.session() == _link.pageSession || _sessions.contains(event.session())) {
         if (method == "Page.domContentEventFired" && event.session() == _link.pageSession)
             askForTitle();
-        if (method == "Page.frameNavigated" && content.object("frame").text("parentId").empty())
-            _gate.ownLoadSettled();
         _interruptions.handle(event);
         _frames.handle(event);
     }
@@ -210,6 +209,9 @@ void DevToolsEngine::prepare(const std::string& session, bool isPage)
     if (!isPage)
         return;
     _link.send(session, "Page.enable");
+    _link.send(session, "Inspector.enable");
+    // Nobody is there whose window a page could close.
+    _link.send(session, "Page.addScriptToEvaluateOnNewDocument", R"({"source":"window.close=function(){}"})");
     _link.send(session, "Target.setAutoAttach",
         R"({"autoAttach":true,"waitForDebuggerOnStart":true,"flatten":true,"filter":[{"type":"iframe"},{"type":"worker"}]})");
     if (!_settings.javaScriptEnabled)
@@ -257,7 +259,9 @@ void DevToolsEngine::navigate(const PendingLoad& load)
     _lastActivity = steady_clock::now();
     checkIdleTime();
     json parameters = {{"url", load.request.URL().absoluteString().UTF8()}};
-    if (const NSString referer = load.request.valueForHTTPHeaderField(u"Referer")) {
+    // What is no address is sent as a header field only.
+    const NSString referer = load.request.valueForHTTPHeaderField(u"Referer");
+    if (NSURL::URLWithString(referer)) {
         parameters["referrer"] = referer.UTF8();
         parameters["referrerPolicy"] = "unsafeUrl";
     }
@@ -275,7 +279,6 @@ void DevToolsEngine::navigateAnswered(const NSURL& url, const Connection::Reply&
         refuseLoad(NSURLRequest::requestWithURL(url), loadError(NSURLErrorDomain, NSURLErrorBadURL, url));
     } else if (!reply.refusal && !reply.result.text("errorText").empty()) {
         const DocumentID document(reply.result.text("loaderId"));
-        _gate.ownLoadSettled();
         const NSError error = errorFromEngineName(reply.result.text("errorText"), url);
         if (_gate.hasSeenOwnLoad())
             _frames.failDocument(document, error);

@@ -1,6 +1,7 @@
 #include "Platform/Engine/DevTools/EngineProcess.h"
 
 #include "Platform/Engine/DevTools/EngineGuard.h"
+#include "Platform/Engine/DevTools/EngineHome.h"
 #include "Platform/Engine/PageEngineErrors.h"
 
 #include <array>
@@ -9,6 +10,8 @@
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
+#include <filesystem>
+#include <filesystem>
 #include <poll.h>
 #include <string_view>
 #include <sys/stat.h>
@@ -50,13 +53,30 @@ std::string makePrivateFolder()
     return mkdtemp(pattern.data()) ? pattern : std::string();
 }
 
-// What of this process's environment the engine needs: where programs, fonts and temporary files are, language and time zone, and the
-// proxies. Nothing else reaches it, so no secret does.
-std::vector<std::string> engineEnvironment()
+// A home folder of the engine's own, in which it may leave what it likes. What a person has installed for pages to be shown with, fonts and
+// trusted certificates, is there too.
+std::string makeHome(const std::string& folder)
 {
-    static constexpr std::array names = {"PATH", "HOME", "TMPDIR", "TZ", "LANG", "LANGUAGE", "FONTCONFIG_FILE", "FONTCONFIG_PATH",
-        "XDG_DATA_DIRS", "http_proxy", "https_proxy", "ftp_proxy", "all_proxy", "no_proxy", "HTTP_PROXY", "HTTPS_PROXY",
-        "FTP_PROXY", "ALL_PROXY", "NO_PROXY"};
+    const std::string home = folder + "/home";
+    std::error_code ignored;
+    std::filesystem::create_directories(home + "/.local/share", ignored);
+    std::filesystem::create_directories(home + "/.cache", ignored);
+    if (const char* own = std::getenv("HOME"); own && *own == '/') {
+        for (const char* shared : {"/.fonts", "/.local/share/fonts", "/.cache/fontconfig", "/.pki", "/.local/share/pki"}) {
+            if (std::filesystem::is_directory(own + std::string(shared), ignored))
+                std::filesystem::create_directory_symlink(own + std::string(shared), home + shared, ignored);
+        }
+    }
+    return home;
+}
+
+// What of this process's environment the engine needs: where programs and fonts are, language and time zone, and the
+// proxies. Nothing else reaches it, so no secret does.
+std::vector<std::string> engineEnvironment(const std::string& home)
+{
+    static constexpr std::array names = {"PATH", "TZ", "LANG", "LANGUAGE", "FONTCONFIG_FILE", "FONTCONFIG_PATH", "XDG_DATA_DIRS",
+        "http_proxy", "https_proxy", "ftp_proxy", "all_proxy", "no_proxy", "HTTP_PROXY", "HTTPS_PROXY", "FTP_PROXY", "ALL_PROXY",
+        "NO_PROXY"};
     std::vector<std::string> environment;
     for (const char* name : names) {
         if (const char* value = std::getenv(name))
@@ -66,6 +86,8 @@ std::vector<std::string> engineEnvironment()
         if (std::string_view(*entry).starts_with("LC_"))
             environment.emplace_back(*entry);
     }
+    environment.push_back("HOME=" + home);
+    environment.push_back("TMPDIR=" + home);
     return environment;
 }
 
@@ -87,10 +109,23 @@ std::unique_ptr<EngineProcess> EngineProcess::start(const Options& options, NSEr
             NSString::stringWithFormat(u"no folder can be made in “%@”", NSString::stringWithRepairedUTF8(temporaryFolder())));
     }
 
+    const auto removeFolder = [&] {
+        std::error_code ignored;
+        std::filesystem::remove_all(folder, ignored);
+    };
+
+    const char* userHome = std::getenv("HOME");
+    const std::string home = makeEngineHome(folder, userHome ? userHome : "");
+    if (home.empty()) {
+        const int reason = errno;
+        removeFolder();
+        return fail(reason, NSString::stringWithFormat(u"no folder can be made in “%@”", NSString::stringWithRepairedUTF8(folder)));
+    }
+
     Pipe commands, messages, lifeline, status;
     if (!commands.open() || !messages.open() || !lifeline.open() || !status.open()) {
         const int reason = errno;
-        rmdir(folder.c_str());
+        removeFolder();
         return fail(reason, u"no pipe can be made");
     }
     // A larger pipe saves wake-ups when bodies stream through it; the default stays where the system refuses.
@@ -106,7 +141,7 @@ std::unique_ptr<EngineProcess> EngineProcess::start(const Options& options, NSEr
     EngineGuard guard;
     guard.arguments = {options.executable, "--user-data-dir=" + folder, "--remote-debugging-pipe"};
     guard.arguments.insert(guard.arguments.end(), options.flags.begin(), options.flags.end());
-    guard.environment = engineEnvironment();
+    guard.environment = engineEnvironment(makeHome(folder));
     guard.folder = folder;
     guard.commandsToEngine = commands.readEnd.get();
     guard.messagesFromEngine = messages.writeEnd.get();
@@ -116,7 +151,7 @@ std::unique_ptr<EngineProcess> EngineProcess::start(const Options& options, NSEr
     const pid_t child = fork();
     if (child < 0) {
         const int reason = errno;
-        rmdir(folder.c_str());
+        removeFolder();
         return fail(reason, u"no process can be made");
     }
     if (child == 0)

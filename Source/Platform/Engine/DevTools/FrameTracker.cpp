@@ -285,8 +285,8 @@ void FrameTracker::navigated(const JSONView& content, const std::string& session
     const std::string_view url = description.text("url");
     // The engine's own error page stands for a load that failed; its failure is (or was) told by itself.
     if (!description.text("unreachableUrl").empty() || url.starts_with("chrome-error:")) {
-        if (Frame* still = find(frame); still && still->provisional && still->provisional->document == document)
-            failDocument(document, loadError(NSURLErrorDomain, NSURLErrorUnknown, still->provisional->request.URL()));
+        if (Frame* still = find(frame); still && still->provisional)
+            failFrame(frame, loadError(NSURLErrorDomain, NSURLErrorUnknown, still->provisional->request.URL()));
         return;
     }
     // The empty document that the main frame starts with is no navigation of the page.

@@ -21,6 +21,22 @@ bool isRedirect(int64_t status)
     return status == 301 || status == 302 || status == 303 || status == 307 || status == 308;
 }
 
+// A header value with what would end it early percent-escaped.
+NSString sendableHeaderValue(const NSString& value)
+{
+    std::string result;
+    for (const char byte : value.UTF8()) {
+        const auto code = static_cast<unsigned char>(byte);
+        if (code < 0x20 || code == 0x7f) {
+            static constexpr char digits[] = "0123456789ABCDEF";
+            result += {'%', digits[code >> 4], digits[code & 15]};
+        } else {
+            result += byte;
+        }
+    }
+    return NSString::stringWithRepairedUTF8(result);
+}
+
 json headerList(const NSDictionary& fields)
 {
     json list = json::array();
@@ -33,23 +49,8 @@ json headerList(const NSDictionary& fields)
 
 void RequestGate::enable()
 {
-    _isAside = false;
     _link.send({}, "Fetch.enable",
         R"({"patterns":[{"resourceType":"Document","requestStage":"Request"},{"resourceType":"Document","requestStage":"Response"}]})");
-}
-
-void RequestGate::stepAsideFor(const Held& held)
-{
-    if (held.document != _ownDocument || held.frame != EngineLink::mainFrameID)
-        return;
-    _isAside = true;
-    _link.send({}, "Fetch.enable", R"({"patterns":[]})");
-}
-
-void RequestGate::ownLoadSettled()
-{
-    if (_isAside)
-        enable();
 }
 
 void RequestGate::open(const std::string& session)
@@ -145,9 +146,12 @@ void RequestGate::sendRequest(const Held& held)
     // The program's own header fields go with its own request, whatever redirects it takes.
     NSMutableURLRequest request(held.request);
     for (const auto& [name, value] : _ownRequest.allHTTPHeaderFields())
-        request.setValue(value.string(), name);
+        request.setValue(sendableHeaderValue(value.string()), name);
     const json parameters = {{"requestId", held.interception}, {"headers", headerList(request.allHTTPHeaderFields())}};
-    _link.send(held.session, "Fetch.continueRequest", dump(parameters));
+    _link.send(held.session, "Fetch.continueRequest", dump(parameters), [this, held](const Connection::Reply& reply) {
+        if (reply.refusal)
+            goOn(held);
+    });
 }
 
 void RequestGate::responseHeld(const Held& held, const JSONView& content)
@@ -177,7 +181,6 @@ void RequestGate::responseHeld(const Held& held, const JSONView& content)
     }
     if (!response.MIMEType() && response.isHTTP()) {
         _unjudged.insert_or_assign(held.document, held);
-        stepAsideFor(held);
         goOn(held);
         return;
     }
@@ -224,8 +227,8 @@ void RequestGate::showResponse(const Held& held, const NSURLResponse& response)
         return;
     }
     const bool isAttachment = response.valueForHTTPHeaderField(u"Content-Disposition").length() > 0;
-    stepAsideFor(held);
-    if (isShown && !isAttachment) {
+    const bool isEmptyError = response.statusCode().value_or(0) >= 400 && response.expectedContentLength() == 0;
+    if (isShown && !isAttachment && !isEmptyError) {
         goOn(held);
         return;
     }
@@ -233,7 +236,7 @@ void RequestGate::showResponse(const Held& held, const NSURLResponse& response)
     json fields = json::array();
     for (const auto& [name, value] : response.allHeaderFields()) {
         const NSString lower = name.lowercaseString();
-        if (lower == NSString(u"content-disposition"))
+        if (lower == NSString(u"content-disposition") || (isEmptyError && lower == NSString(u"content-length")))
             continue;
         std::string text = value.string().UTF8();
         if (lower == NSString(u"content-type") && !isShown)
@@ -264,7 +267,6 @@ void RequestGate::takeBody(const Held& held, const NSURLResponse& response)
 
 void RequestGate::forgetAll()
 {
-    ownLoadSettled();
     ++_generation;
     _ownRequest = {};
     _ownDocument.clear();

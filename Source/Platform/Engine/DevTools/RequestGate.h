@@ -10,10 +10,7 @@
 #include <vector>
 
 // Stands where the engine holds requests for documents: before they are sent, and when their response has come. Asks the client whether to go on.
-//
-// Requests are held by the engine as a whole, not by a page's target: the engine then looks at every request of a page only when the page was shown while
-// requests were held, which costs a quarter of the processor time on a page of many. So the gate steps aside while the program's own page is being put into
-// its frame; at that moment there is no page yet that could ask for anything.
+// Requests of every target are held by the engine as a whole, those of frames that have no target of their own yet among them.
 class RequestGate {
 public:
     RequestGate(EngineLink& link, FrameTracker& frames) : _link(link), _frames(frames) { }
@@ -29,8 +26,6 @@ public:
     // Whether that navigation has been seen; and its address, absent when none is expected or under way.
     [[nodiscard]] bool hasSeenOwnLoad() const { return !_ownDocument.empty(); }
     [[nodiscard]] NSURL ownURL() const { return _ownRequest.URL(); }
-    // The main frame shows another document, or will not: the gate stands in its place again.
-    void ownLoadSettled();
     // Takes an event of the Fetch domain; anything else is left alone.
     void handle(const Message& event);
     // The engine has looked at the bytes of a response that came without a type: now the client is asked.
@@ -61,7 +56,6 @@ private:
     void askAboutResponse(const Held& held, const NSURLResponse& response);
     void showResponse(const Held& held, const NSURLResponse& response);
     void takeBody(const Held& held, const NSURLResponse& response);
-    void stepAsideFor(const Held& held);
     void goOn(const Held& held) const;
     void abort(const Held& held) const;
 
@@ -72,6 +66,5 @@ private:
     std::unordered_map<DocumentID, Held> _unjudged;
     std::unordered_set<std::string> _openSessions;
     std::unordered_map<std::string, std::vector<Held>> _waiting;   // by session
-    bool _isAside = false;
-    uint64_t _generation = 0;   // decisions made for an earlier one come too late
+    uint64_t _generation = 0;                                      // decisions made for an earlier one come too late
 };

@@ -60,7 +60,12 @@ void ResourceTracker::requested(const Message& event)
         return;
     const std::string networkID(content.text("requestId"));
     const FrameID frame = _link.frameFromEngine(content.text("frameId"));
-    const NSURLRequest request = requestFromEngine(description);
+    NSMutableURLRequest request(requestFromEngine(description));
+    const bool isMainDocument = frame == EngineLink::mainFrameID && networkID == content.text("loaderId");
+    if (isMainDocument && !content.has("redirectResponse") && ownURL) {
+        if (const NSURL url = ownURL())
+            request.setURL(url);
+    }
 
     Resource& resource = _resources[networkID];
     resource.session = event.session();

@@ -36,6 +36,8 @@ public:
     // Whether the load is over, in whatever way; also for one that is not known.
     [[nodiscard]] bool isFinished(const std::string& networkID) const;
 
+    // The address of the program's own load, as it was given, while its first request is awaited; else absent. The engine spells addresses its own way.
+    std::function<NSURL()> ownURL;
     // A byte or a fact of this load came.
     std::function<void(const std::string& networkID)> onActivity;
     // The engine has looked at the bytes of a document and knows its type.

@@ -7,7 +7,10 @@
 
 NSURLRequest requestFromEngine(const JSONView& request)
 {
-    auto result = NSMutableURLRequest::requestWithURL(NSURL::URLWithUncheckedString(request.string("url")));
+    NSString address = request.string("url");
+    if (request.has("urlFragment"))
+        address = address.stringByAppendingString(request.string("urlFragment"));
+    auto result = NSMutableURLRequest::requestWithURL(NSURL::URLWithUncheckedString(address));
     result.setHTTPMethod(request.string("method"));
     request.object("headers").forEachText([&](std::string_view name, std::string_view value) {
         result.setValue(NSString::stringWithRepairedUTF8(value), NSString::stringWithRepairedUTF8(name));
