@@ -1,7 +1,6 @@
 #include "Platform/Engine/DevTools/EngineProcess.h"
 
 #include "Platform/Engine/DevTools/EngineGuard.h"
-#include "Platform/Engine/DevTools/EngineHome.h"
 #include "Platform/Engine/PageEngineErrors.h"
 
 #include <array>
@@ -10,7 +9,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
-#include <filesystem>
 #include <filesystem>
 #include <poll.h>
 #include <string_view>
@@ -109,23 +107,10 @@ std::unique_ptr<EngineProcess> EngineProcess::start(const Options& options, NSEr
             NSString::stringWithFormat(u"no folder can be made in “%@”", NSString::stringWithRepairedUTF8(temporaryFolder())));
     }
 
-    const auto removeFolder = [&] {
-        std::error_code ignored;
-        std::filesystem::remove_all(folder, ignored);
-    };
-
-    const char* userHome = std::getenv("HOME");
-    const std::string home = makeEngineHome(folder, userHome ? userHome : "");
-    if (home.empty()) {
-        const int reason = errno;
-        removeFolder();
-        return fail(reason, NSString::stringWithFormat(u"no folder can be made in “%@”", NSString::stringWithRepairedUTF8(folder)));
-    }
-
     Pipe commands, messages, lifeline, status;
     if (!commands.open() || !messages.open() || !lifeline.open() || !status.open()) {
         const int reason = errno;
-        removeFolder();
+        rmdir(folder.c_str());
         return fail(reason, u"no pipe can be made");
     }
     // A larger pipe saves wake-ups when bodies stream through it; the default stays where the system refuses.
@@ -151,7 +136,7 @@ std::unique_ptr<EngineProcess> EngineProcess::start(const Options& options, NSEr
     const pid_t child = fork();
     if (child < 0) {
         const int reason = errno;
-        removeFolder();
+        rmdir(folder.c_str());
         return fail(reason, u"no process can be made");
     }
     if (child == 0)
