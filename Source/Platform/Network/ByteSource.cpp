@@ -1,5 +1,7 @@
 #include "Platform/Network/ByteSource.h"
 
+#include "Platform/Network/TransferErrors.h"
+
 #include <utility>
 
 namespace {
@@ -18,11 +20,13 @@ void ByteSource::open(std::function<void()> news)
     startOpening();
 }
 
-void ByteSource::opened(NSURLResponse response, ObjectPointer<GInputStream> stream)
+void ByteSource::opened(NSURLResponse response, ObjectPointer<GInputStream> stream, BodyDecoder decoder)
 {
     _response = std::move(response);
     _stream = std::move(stream);
+    _decoder = std::move(decoder);
     _buffer.resize(bufferSize);
+    streamBuffer().resize(bufferSize);
     if (_news)
         _news();
 }
@@ -37,12 +41,22 @@ void ByteSource::failed(NSError error)
 void ByteSource::read()
 {
     _count = 0;
+    if (_decoder.isIdle())
+        readStream();
+    else
+        decode();
+}
+
+void ByteSource::readStream()
+{
+    _streamCount = 0;
     if (_readAhead) {
         endRead(std::move(*_readAhead));
         return;
     }
+    std::vector<std::byte>& buffer = streamBuffer();
     g_input_stream_read_async(
-        _stream.get(), _buffer.data(), _buffer.size(), G_PRIORITY_DEFAULT, _cancellable.get(), didRead, reference());
+        _stream.get(), buffer.data(), buffer.size(), G_PRIORITY_DEFAULT, _cancellable.get(), didRead, reference());
 }
 
 void ByteSource::didRead(GObject* stream, GAsyncResult* result, gpointer data)
@@ -60,17 +74,18 @@ void ByteSource::didRead(GObject* stream, GAsyncResult* result, gpointer data)
 
 void ByteSource::gather(size_t count)
 {
-    _count = count;
-    auto* const stream = reinterpret_cast<GPollableInputStream*>(_stream.get());
-    if (!G_IS_POLLABLE_INPUT_STREAM(_stream.get()) || !g_pollable_input_stream_can_poll(stream))
+    _streamCount = count;
+    if (!G_IS_POLLABLE_INPUT_STREAM(_stream.get()))
         return;
-    while (_count < _buffer.size()) {
+    auto* const stream = reinterpret_cast<GPollableInputStream*>(_stream.get());
+    std::vector<std::byte>& buffer = streamBuffer();
+    while (_streamCount < buffer.size() && g_pollable_input_stream_can_poll(stream)) {
         GError* error = nullptr;
         const gssize more = g_pollable_input_stream_read_nonblocking(
-            stream, _buffer.data() + _count, _buffer.size() - _count, _cancellable.get(), &error);
+            stream, buffer.data() + _streamCount, buffer.size() - _streamCount, _cancellable.get(), &error);
         ErrorPointer owned(error);
         if (more > 0) {
-            _count += static_cast<size_t>(more);
+            _streamCount += static_cast<size_t>(more);
             continue;
         }
         if (more == 0 || !g_error_matches(error, G_IO_ERROR, G_IO_ERROR_WOULD_BLOCK))
@@ -81,10 +96,37 @@ void ByteSource::gather(size_t count)
 
 void ByteSource::endRead(ReadEnd end)
 {
-    if (end.count < 0)
+    if (end.count < 0) {
         failed(errorWhileReading(*end.error));
-    else if (_news)
+        return;
+    }
+    if (!_decoder.isIdle()) {
+        if (_streamCount > 0)
+            _decoder.feed(std::span(_codedBuffer).first(_streamCount));
+        else
+            _decoder.feedEnd();
+        decode();
+        return;
+    }
+    _count = _streamCount;
+    if (_news)
         _news();
+}
+
+void ByteSource::decode()
+{
+    switch (_decoder.decode(_buffer, &_count)) {
+    case BodyDecoder::Outcome::NeedsMore:
+        readStream();
+        return;
+    case BodyDecoder::Outcome::Failed:
+        failed(transferError(_decoder.errorCode(), url()));
+        return;
+    case BodyDecoder::Outcome::Bytes:
+    case BodyDecoder::Outcome::End:
+        if (_news)
+            _news();
+    }
 }
 
 void ByteSource::cancel()

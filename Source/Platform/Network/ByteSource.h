@@ -2,6 +2,7 @@
 
 #include "Platform/Foundation/NSError.h"
 #include "Platform/Foundation/NSURLResponse.h"
+#include "Platform/Network/BodyDecoder.h"
 #include "Platform/Network/ObjectPointer.h"
 
 #include <cstddef>
@@ -43,7 +44,7 @@ protected:
     virtual void startOpening() = 0;
     [[nodiscard]] virtual NSError errorWhileReading(const GError& error) const = 0;
     // End the opening.
-    void opened(NSURLResponse response, ObjectPointer<GInputStream> stream);
+    void opened(NSURLResponse response, ObjectPointer<GInputStream> stream, BodyDecoder decoder = {});
     void failed(NSError error);
 
     [[nodiscard]] GCancellable* cancellable() const { return _cancellable.get(); }
@@ -63,17 +64,24 @@ private:
         gssize count;
         ErrorPointer error;
     };
+    void readStream();
     static void didRead(GObject* stream, GAsyncResult* result, gpointer data);
-    // Adds to the first `count` bytes in the buffer what can be had at once: one read gives what came in one chunk at most.
+    // Adds to the first `count` bytes in the buffer what can be had at once, so that small pieces cost little.
     void gather(size_t count);
     void endRead(ReadEnd end);
+    void decode();
+    // Of the stream; the one that is handed out when nothing has to be decoded.
+    [[nodiscard]] std::vector<std::byte>& streamBuffer() { return _decoder.isIdle() ? _buffer : _codedBuffer; }
 
     std::function<void()> _news;   // none once cancelled
     ObjectPointer<GCancellable> _cancellable;
     ObjectPointer<GInputStream> _stream;
     NSURLResponse _response;
     NSError _error;
+    BodyDecoder _decoder;
+    std::vector<std::byte> _codedBuffer;
+    size_t _streamCount = 0;   // bytes in the stream's buffer
     std::vector<std::byte> _buffer;
-    size_t _count = 0;
+    size_t _count = 0;                   // bytes in `_buffer` that are handed out
     std::optional<ReadEnd> _readAhead;   // the end of the stream or its failure, when it was met while gathering
 };

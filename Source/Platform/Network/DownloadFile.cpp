@@ -10,7 +10,7 @@
 namespace {
 
 constexpr size_t longestName = 255;   // bytes, of the usual file systems
-constexpr int namesToTry = 10'000;
+constexpr int namesToTry = 1000;
 constexpr size_t longestExtension = 32;   // bytes; what follows the dot of a longer one is rather text
 
 bool isUnsafe(const NSString& name)

@@ -18,7 +18,7 @@ enum class ExistingFile { Keep, Replace };
 class DownloadFile {
 public:
     // A last component that is empty, "." or "..", has control characters or is longer than 255 bytes is cleaned, or replaced by
-    // `fallbackName` (a clean one) when nothing remains of it. Where the name is taken and kept, "name-1.ext" to "name-9999.ext" are tried.
+    // `fallbackName` (a clean one) when nothing remains of it. Where the name is taken and kept, "name-1.ext" to "name-999.ext" are tried.
     // None on failure; then the file error, which names the path, goes to `*error`.
     [[nodiscard]] static std::unique_ptr<DownloadFile> create(
         const NSString& path, const NSString& fallbackName, ExistingFile existing, NSError* error);

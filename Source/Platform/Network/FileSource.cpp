@@ -16,6 +16,18 @@ std::string nameOfFile(const NSURL& url)
     return text.substr(0, text.find_first_of("?#"));
 }
 
+int64_t codeForUnreadable(GFileType type)
+{
+    switch (type) {
+    case G_FILE_TYPE_DIRECTORY:
+        return NSURLErrorFileIsDirectory;
+    case G_FILE_TYPE_SYMBOLIC_LINK:   // to nowhere
+        return NSURLErrorFileDoesNotExist;
+    default:   // a device or a pipe may never end
+        return NSURLErrorResourceUnavailable;
+    }
+}
+
 NSURLResponse responseFor(const NSURL& url, GFileInfo* info)
 {
     const char* const contentType = g_file_info_get_content_type(info);
@@ -49,9 +61,7 @@ void FileSource::didQuery(GObject* file, GAsyncResult* result, gpointer data)
     }
     const GFileType type = g_file_info_get_file_type(info.get());
     if (type != G_FILE_TYPE_REGULAR) {
-        // A device or a pipe may never end.
-        self->failed(
-            transferError(type == G_FILE_TYPE_DIRECTORY ? NSURLErrorFileIsDirectory : NSURLErrorResourceUnavailable, self->_url));
+        self->failed(transferError(codeForUnreadable(type), self->_url));
         return;
     }
     self->_foundResponse = responseFor(self->_url, info.get());

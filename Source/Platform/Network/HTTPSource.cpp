@@ -58,6 +58,19 @@ NSDictionary dictionaryOf(SoupMessageHeaders* headers)
     return fields;
 }
 
+// The bytes below libsoup's own decoding of chunks, which takes the end of the connection for the end of the body. None when the answer
+// is built of other parts, as over HTTP/2, which has no chunks.
+ObjectPointer<GInputStream> streamOfChunks(GInputStream* stream)
+{
+    while (G_IS_FILTER_INPUT_STREAM(stream)) {
+        GInputStream* const base = g_filter_input_stream_get_base_stream(G_FILTER_INPUT_STREAM(stream));
+        if (std::string_view(G_OBJECT_TYPE_NAME(stream)) == "SoupBodyInputStream")
+            return ObjectPointer<GInputStream>(G_INPUT_STREAM(g_object_ref(base)));
+        stream = base;
+    }
+    return nullptr;
+}
+
 // The moment at which the kernel last took data from a connection; now when there is some that was not read yet.
 int64_t lastArrivalOn(GSocket* socket, int64_t now)
 {
@@ -98,13 +111,15 @@ void HTTPSource::startOpening()
 
 void HTTPSource::makeSession()
 {
-    // The idle time-out is the caller's: libsoup's counts whole seconds. A new session undoes content codings and answers with the
-    // credentials of addresses.
+    // The idle time-out is the caller's: libsoup's counts whole seconds. Its decoder lets broken bodies through as they are.
     _session.reset(soup_session_new_with_options("timeout", 0U, nullptr));
+    soup_session_remove_feature_by_type(_session.get(), SOUP_TYPE_CONTENT_DECODER);
     if (_request.HTTPShouldHandleCookies())
         soup_session_add_feature_by_type(_session.get(), SOUP_TYPE_COOKIE_JAR);
-    if (const ObjectPointer<GProxyResolver> proxies{newProxyResolverFromEnvironment()})
-        soup_session_set_proxy_resolver(_session.get(), proxies.get());
+    // None means none: otherwise GIO asks the desktop's settings, which connects the process to the session bus in a way that ends it
+    // (SIGTERM) when the bus ends.
+    const ObjectPointer<GProxyResolver> proxies{newProxyResolverFromEnvironment()};
+    soup_session_set_proxy_resolver(_session.get(), proxies.get());
 }
 
 void HTTPSource::send()
@@ -145,6 +160,9 @@ void HTTPSource::addHeaderFields(SoupMessage* message)
     }
     if (!soup_message_headers_get_one(headers, "Accept"))
         soup_message_headers_append(headers, "Accept", "*/*");
+    // As browsers do: in the open, old proxies are in the way of the newer coding.
+    if (!soup_message_headers_get_one(headers, "Accept-Encoding"))
+        soup_message_headers_append(headers, "Accept-Encoding", isSecure(_address.get()) ? "gzip, deflate, br" : "gzip, deflate");
     if (_request.cachePolicy() == NSURLRequestReloadIgnoringLocalAndRemoteCacheData) {
         soup_message_headers_replace(headers, "Cache-Control", "no-cache");
         soup_message_headers_replace(headers, "Pragma", "no-cache");
@@ -214,6 +232,11 @@ NSError HTTPSource::errorWhileReading(const GError& error) const
 void HTTPSource::receivedAnswer(ObjectPointer<GInputStream> stream)
 {
     const unsigned status = soup_message_get_status(_message.get());
+    // Without TLS it is a proxy's answer, which refuses the tunnel to the server.
+    if (isSecure(_address.get()) && !soup_message_get_tls_peer_certificate(_message.get())) {
+        failed(transferError(status == 407 ? NSURLErrorUserAuthenticationRequired : NSURLErrorCannotConnectToHost, _url));
+        return;
+    }
     SoupMessageHeaders* const headers = soup_message_get_response_headers(_message.get());
     if (_request.HTTPShouldHandleCookies())
         _requestCookies->learnFrom(_message.get());
@@ -229,7 +252,28 @@ void HTTPSource::receivedAnswer(ObjectPointer<GInputStream> stream)
         failed(transferError(NSURLErrorUserAuthenticationRequired, _url));
         return;
     }
-    opened(madeResponse(), std::move(stream));
+    openBody(std::move(stream));
+}
+
+void HTTPSource::openBody(ObjectPointer<GInputStream> stream)
+{
+    const unsigned status = soup_message_get_status(_message.get());
+    SoupMessageHeaders* const headers = soup_message_get_response_headers(_message.get());
+    BodyDecoder decoder;
+    const bool hasBody = _method != "HEAD" && status != 204 && status != 304;
+    if (hasBody && soup_message_headers_get_encoding(headers) == SOUP_ENCODING_CHUNKED) {
+        if (ObjectPointer<GInputStream> chunks = streamOfChunks(stream.get())) {
+            _answer = std::move(stream);
+            stream = std::move(chunks);
+            decoder.addChunked();
+        }
+    }
+    const char* const codings = soup_message_headers_get_list(headers, "Content-Encoding");
+    if (hasBody && codings && !decoder.addContentCodings(codings)) {
+        failed(transferError(NSURLErrorCannotDecodeContentData, _url));
+        return;
+    }
+    opened(madeResponse(), std::move(stream), std::move(decoder));
 }
 
 void HTTPSource::followRedirect(const char* location, unsigned status)

@@ -34,6 +34,7 @@ private:
     void addBody(SoupMessage* message);
     void dropMessage();
     void receivedAnswer(ObjectPointer<GInputStream> stream);
+    void openBody(ObjectPointer<GInputStream> stream);
     void followRedirect(const char* location, unsigned status);
     [[nodiscard]] NSURLResponse madeResponse() const;
 
@@ -47,6 +48,7 @@ private:
     std::optional<RequestCookies> _requestCookies;
     ObjectPointer<SoupSession> _session;
     ObjectPointer<SoupMessage> _message;
+    ObjectPointer<GInputStream> _answer;            // held while a stream below it is read
     std::vector<ObjectPointer<GSocket>> _sockets;   // all that were connected; a hop may use an earlier one again
     int64_t _lastEvent = 0;                         // microseconds of the monotonic clock
 };

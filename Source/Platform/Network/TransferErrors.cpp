@@ -39,8 +39,6 @@ std::optional<int64_t> codeForIO(int code)
         return NSURLErrorTimedOut;
     case G_IO_ERROR_CANCELLED:
         return NSURLErrorCancelled;
-    case G_IO_ERROR_INVALID_DATA:   // from the decoders
-        return NSURLErrorCannotDecodeContentData;
     default:
         return {};
     }
@@ -48,14 +46,8 @@ std::optional<int64_t> codeForIO(int code)
 
 std::optional<int64_t> codeForSession(int code)
 {
-    switch (code) {
-    case SOUP_SESSION_ERROR_PARSING:
-        return NSURLErrorBadServerResponse;
-    case SOUP_SESSION_ERROR_ENCODING:
-        return NSURLErrorCannotDecodeContentData;
-    default:
-        return {};
-    }
+    const bool isBadAnswer = code == SOUP_SESSION_ERROR_PARSING || code == SOUP_SESSION_ERROR_ENCODING;   // a bad length too
+    return isBadAnswer ? std::optional(NSURLErrorBadServerResponse) : std::nullopt;
 }
 
 std::optional<int64_t> codeForNetwork(const GError& error, GTlsCertificateFlags certificateErrors)
