@@ -190,7 +190,7 @@ NSComparisonResult NSString::localizedCompare(const NSString& other, uint64_t op
         return NSOrderedSame;
     if (!other._text)
         return NSOrderedDescending;
-    if (_text == other._text || *_text == *other._text)
+    if (_text == other._text)
         return NSOrderedSame;
     // Collation tells widths apart wherever it tells cases apart.
     if ((options & NSWidthInsensitiveSearch) && !(options & NSCaseInsensitiveSearch)) {

@@ -224,21 +224,23 @@ void FoldedPieces::findKey(std::u16string_view piece)
         _key = piece;
         return;
     }
-    if (piece.size() > 1) {
+    const bool isPair = piece.size() == 2 && U16_IS_LEAD(piece[0]) && U16_IS_TRAIL(piece[1]);
+    if (piece.size() > 1 && !isPair) {
         fold(piece);
         _key = _folded;
         return;
     }
+    const auto character = static_cast<char32_t>(isPair ? U16_GET_SUPPLEMENTARY(piece[0], piece[1]) : piece[0]);
     if (!_knownKeys)
         _knownKeys = std::make_unique<std::array<KnownKey, knownKeyCount>>();
-    KnownKey& known = (*_knownKeys)[piece[0] % knownKeyCount];
-    if (known.unit != piece[0] || known.length == 0) {
+    KnownKey& known = (*_knownKeys)[character % knownKeyCount];
+    if (known.character != character || known.length == 0) {
         fold(piece);
         if (_folded.size() > known.key.size()) {
             _key = _folded;
             return;
         }
-        known.unit = piece[0];
+        known.character = character;
         known.length = static_cast<uint8_t>(_folded.size());
         std::copy(_folded.begin(), _folded.end(), known.key.begin());
     }

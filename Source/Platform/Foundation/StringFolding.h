@@ -56,7 +56,7 @@ private:
     std::u16string _changed;   // scratch
     // Keys of single characters that took work. A text uses few letters and each of them often.
     struct KnownKey {
-        char16_t unit = 0;
+        char32_t character = 0;
         uint8_t length = 0;   // 0 in an unused one
         std::array<char16_t, 4> key;
     };
