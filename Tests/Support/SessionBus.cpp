@@ -56,18 +56,20 @@ BusListener::BusListener(const std::string& address, const std::string& notifica
             const char* object = nullptr;
             GVariant* userInfo = nullptr;
             if (!g_variant_is_of_type(arguments, G_VARIANT_TYPE("(ssa{sv})"))) {
-                static_cast<BusListener*>(data)->_notices.push_back({"", "", "", g_variant_get_type_string(arguments)});
+                static_cast<BusListener*>(data)->_notices.push_back(
+                    {"", "", "", g_variant_get_type_string(arguments), std::chrono::steady_clock::now()});
                 return;
             }
             g_variant_get(arguments, "(&s&s@a{sv})", &name, &object, &userInfo);
             char* text = g_variant_print(userInfo, FALSE);
-            static_cast<BusListener*>(data)->_notices.push_back({name, object, text, g_variant_get_type_string(arguments)});
+            static_cast<BusListener*>(data)->_notices.push_back(
+                {name, object, text, g_variant_get_type_string(arguments), std::chrono::steady_clock::now()});
             g_free(text);
             g_variant_unref(userInfo);
         };
         _subscription = g_dbus_connection_signal_subscribe(_connection, nullptr, "com.brackenlow.DistributedNotificationCenter",
-            "Notification", "/com/brackenlow/DistributedNotificationCenter", notificationName.c_str(), G_DBUS_SIGNAL_FLAGS_NONE,
-            receive, this, nullptr);
+            "Notification", "/com/brackenlow/DistributedNotificationCenter",
+            notificationName.empty() ? nullptr : notificationName.c_str(), G_DBUS_SIGNAL_FLAGS_NONE, receive, this, nullptr);
         // The bus works in order: once it has answered this, it has taken the subscription.
         if (GVariant* answer = g_dbus_connection_call_sync(_connection, "org.freedesktop.DBus", "/org/freedesktop/DBus",
                 "org.freedesktop.DBus", "GetId", nullptr, nullptr, G_DBUS_CALL_FLAGS_NONE, 10'000, nullptr, nullptr))
@@ -111,6 +113,13 @@ const std::vector<BusNotice>& BusListener::waitForNotices(size_t count, std::chr
 {
     iterateUntil([&] { return _notices.size() >= count; }, timeout);
     return _notices;
+}
+
+bool BusListener::waitUntil(
+    const std::function<bool(const std::vector<BusNotice>&)>& condition, std::chrono::milliseconds timeout)
+{
+    iterateUntil([&] { return condition(_notices); }, timeout);
+    return condition(_notices);
 }
 
 bool BusListener::waitForObject(const std::string& object, std::chrono::milliseconds timeout)

@@ -5,6 +5,7 @@
 
 #include <chrono>
 #include <cstddef>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -39,12 +40,13 @@ struct BusNotice {
     std::string object;
     std::string userInfo;    // in GVariant's text form
     std::string signature;   // of all arguments
+    std::chrono::steady_clock::time_point time{};
 };
 
 // Receives notifications through a connection of its own. Used on one thread.
 class BusListener {
 public:
-    // Listens for notifications of that name; throws when the bus cannot be reached.
+    // Listens for notifications of that name, or of every name when it is empty; throws when the bus cannot be reached.
     BusListener(const std::string& address, const std::string& notificationName);
     BusListener(const BusListener&) = delete;
     BusListener& operator=(const BusListener&) = delete;
@@ -52,6 +54,10 @@ public:
 
     // Waits until there are `count` notices, or the time is up, and gives all that have come since the beginning.
     const std::vector<BusNotice>& waitForNotices(size_t count, std::chrono::milliseconds timeout);
+    // Waits until the notices that have come satisfy `condition`, and says whether they do in time. Each notice is stamped with the
+    // time when this, or one of the others, took it from the bus.
+    [[nodiscard]] bool waitUntil(
+        const std::function<bool(const std::vector<BusNotice>&)>& condition, std::chrono::milliseconds timeout);
     // Waits until a notice with that object has come, and says whether it does in time.
     [[nodiscard]] bool waitForObject(const std::string& object, std::chrono::milliseconds timeout);
 
