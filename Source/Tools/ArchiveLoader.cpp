@@ -54,7 +54,7 @@ void ArchiveLoader::loadURL(const NSURL& url, const NSString& uid)
     preferences.setPlugInsEnabled(shouldEnablePlugIns());
     // 6. Loading may be switched off.
     const int64_t most = maxTriesBeforeTimeout();
-    if (most <= 0 || _error)
+    if (most == 0 || _error)
         return;
     // 7. Only time-outs are tried again.
     for (int64_t attempt = 0;;) {

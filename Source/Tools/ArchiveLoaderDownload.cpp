@@ -33,6 +33,9 @@ void ArchiveLoader::webViewDecidePolicyForMIMEType(
 void ArchiveLoader::downloadInstead(const NSString& path)
 {
     _downloadDestination = path;
+    // What the view still has to tell of the page that it turned away is no news of the download.
+    _view->setFrameLoadDelegate(nullptr);
+    _view->setResourceLoadDelegate(nullptr);
     auto request = NSMutableURLRequest::requestWithURL(_url, NSURLRequestReloadIgnoringLocalCacheData, downloadTimeout);
     // The server sees the same visitor as before.
     const WebVisitorIdentity visitor = _view->identityForURL(_url);
