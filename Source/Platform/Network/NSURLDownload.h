@@ -10,8 +10,9 @@
 
 class NSURLDownload;
 
-// Told how a download goes. All calls come inside runs of the run loop, on the thread that started the download; they may run the loop, cancel or destroy
-// the download, and throw. Every download ends in exactly one finish or failure, unless it is cancelled.
+// Told how a download goes. All calls come inside runs of the run loop, on the thread that started the download; they may run the
+// loop (then this download's next call waits for the present one), cancel or destroy the download, and throw: the download goes on in
+// the next run. Every download ends in exactly one finish or failure, unless it is cancelled.
 class NSURLDownloadDelegate {
 public:
     virtual ~NSURLDownloadDelegate() = default;
