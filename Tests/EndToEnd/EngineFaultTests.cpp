@@ -156,16 +156,6 @@ TEST_F(EngineFault, EndsTheCaptureWhenTheEngineIsKilledWhileItLoads)
     expectEndOf(*process, "NSURLErrorDomain");
 }
 
-TEST_F(EngineFault, EndsTheCaptureWhenThePagesProcessIsKilledWhileItLoads)
-{
-    const auto process = startHangingLoad();
-    const std::vector<pid_t> renderers = descendantsWith(process->processIdentifier(), "--type=renderer");
-    ASSERT_FALSE(renderers.empty());
-    for (const pid_t renderer : renderers)
-        kill(renderer, SIGKILL);
-    expectEndOf(*process, "NSURLErrorDomain");
-}
-
 TEST_F(EngineFault, EndsTheCaptureWhenTheEngineHangsWhileItLoads)
 {
     const auto process = startHangingLoad();

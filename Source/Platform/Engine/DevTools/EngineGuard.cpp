@@ -69,6 +69,8 @@ void EngineGuard::run()
     sigfillset(&all);
     sigprocmask(SIG_SETMASK, &all, nullptr);
 
+    if (!prepare(*this))
+        _exit(127);
     commandsToEngine = aboveReserved(commandsToEngine);
     messagesFromEngine = aboveReserved(messagesFromEngine);
     lifeline = aboveReserved(lifeline);

@@ -1,10 +1,13 @@
 #pragma once
 
+#include <functional>
 #include <string>
 #include <vector>
 
 // What the guard process of an engine needs, and what it does (see EngineProcess). Prepared before the fork; run in the child.
 struct EngineGuard {
+    // Run by the guard before anything else; fills the fields down to `folder`. False when there can be no engine.
+    std::function<bool(EngineGuard&)> prepare;
     std::vector<std::string> arguments;     // the engine command with its arguments
     std::vector<std::string> environment;   // NAME=value, all that the engine gets
     std::string folder;                     // removed with everything in it when the engine has ended

@@ -101,17 +101,14 @@ std::unique_ptr<EngineProcess> EngineProcess::start(const Options& options, NSEr
         return nullptr;
     };
 
-    const std::string folder = makePrivateFolder();
-    if (folder.empty()) {
+    if (access(temporaryFolder().c_str(), W_OK | X_OK) != 0) {
         return fail(errno,
             NSString::stringWithFormat(u"no folder can be made in “%@”", NSString::stringWithRepairedUTF8(temporaryFolder())));
     }
 
     Pipe commands, messages, lifeline, status;
     if (!commands.open() || !messages.open() || !lifeline.open() || !status.open()) {
-        const int reason = errno;
-        rmdir(folder.c_str());
-        return fail(reason, u"no pipe can be made");
+        return fail(errno, u"no pipe can be made");
     }
     // A larger pipe saves wake-ups when bodies stream through it; the default stays where the system refuses.
     fcntl(messages.readEnd.get(), F_SETPIPE_SZ, 1 << 20);
@@ -124,21 +121,22 @@ std::unique_ptr<EngineProcess> EngineProcess::start(const Options& options, NSEr
     }
 
     EngineGuard guard;
-    guard.arguments = {options.executable, "--user-data-dir=" + folder, "--remote-debugging-pipe"};
-    guard.arguments.insert(guard.arguments.end(), options.flags.begin(), options.flags.end());
-    guard.environment = engineEnvironment(makeHome(folder));
-    guard.folder = folder;
+    // Made by the guard itself, so that whatever ends this process, the folder has somebody who removes it.
+    guard.prepare = [&options](EngineGuard& self) {
+        self.folder = makePrivateFolder();
+        self.arguments = {options.executable, "--user-data-dir=" + self.folder, "--remote-debugging-pipe"};
+        self.arguments.insert(self.arguments.end(), options.flags.begin(), options.flags.end());
+        self.environment = engineEnvironment(makeHome(self.folder));
+        return !self.folder.empty();
+    };
     guard.commandsToEngine = commands.readEnd.get();
     guard.messagesFromEngine = messages.writeEnd.get();
     guard.lifeline = lifeline.readEnd.get();
     guard.status = status.writeEnd.get();
 
     const pid_t child = fork();
-    if (child < 0) {
-        const int reason = errno;
-        rmdir(folder.c_str());
-        return fail(reason, u"no process can be made");
-    }
+    if (child < 0)
+        return fail(errno, u"no process can be made");
     if (child == 0)
         guard.run();
 

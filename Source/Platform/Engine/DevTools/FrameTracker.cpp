@@ -256,6 +256,7 @@ void FrameTracker::startedNavigating(const JSONView& content)
         return;
     const FrameID frame = _link.frameFromEngine(content.text("frameId"));
     Frame& known = frameNamed(frame);
+    known.announced = content.text("loaderId");
     known.isReload = type == "reload" || type == "reloadBypassingCache";
     known.isHistory = type.starts_with("restore") || type == "historyDifferentDocument";
     const std::string_view url = content.text("url");

@@ -30,6 +30,7 @@ public:
         std::optional<Provisional> provisional;
         std::string requestedURL;   // what the page last asked this frame to go to, and why
         std::string requestReason;
+        DocumentID announced;       // the navigation that the engine last spoke of
         bool isReload = false;   // of the navigation that is being prepared
         bool isHistory = false;
     };

@@ -116,8 +116,15 @@ void RequestGate::requestHeld(const Held& held, bool isRedirectTarget)
     // What the page itself said of this navigation may still be under way; it is here when the page's process has answered.
     _link.send(_frames.sessionOf(held.frame), "Page.getLayoutMetrics", "{}",
         [this, held, url, method, generation = _generation](const Connection::Reply&) {
-            if (generation == _generation)
-                askAboutNavigation(held, _frames.reasonFor(held.frame, url, method).value_or(NavigationType::Other));
+            if (generation != _generation)
+                return;
+            const auto type = _frames.reasonFor(held.frame, url, method);
+            const FrameTracker::Frame* asking = _frames.find(held.frame);
+            // A request for a document that the engine announced no navigation for is a download, by a link that says so.
+            if (!type && held.frame == EngineLink::mainFrameID && asking && asking->announced != held.document)
+                abort(held);
+            else
+                askAboutNavigation(held, type.value_or(NavigationType::Other));
         });
 }
 
