@@ -311,7 +311,26 @@ void qvrStringByNormalizingLineBreaks(benchmark::State& state)
 BENCHMARK(qvrStringByNormalizingLineBreaks)->Apply(sizes);
 ON_PAGE_TEXT(qvrMakeFileNameValid, ::qvrMakeFileNameValid(text));
 
-// Percent escapes. They rest on the conversion to and from UTF-8.
+// Percent escapes. They rest on looking each character up in the set of legal ones and on the conversion to and from UTF-8.
+void icuLookUpAndToUTF8(benchmark::State& state)
+{
+    UErrorCode status = U_ZERO_ERROR;
+    icu::UnicodeSet set(u"[A-Za-z0-9;/?:@+$,\\-_.!~*'()]", status);
+    set.freeze();
+    measure(state, pageText, [&](const NSString& text) {
+        size_t members = 0;
+        for (const char16_t unit : text.units())
+            members += set.contains(unit);
+        benchmark::DoNotOptimize(members);
+        std::string bytes(text.length() * 3, '\0');
+        int32_t length = 0;
+        u_strToUTF8(
+            bytes.data(), static_cast<int32_t>(bytes.size()), &length, text.units().data(), lengthOf(text.units()), &status);
+        return bytes;
+    });
+}
+BENCHMARK(icuLookUpAndToUTF8)->Apply(sizes);
+
 ON_PAGE_TEXT(qvrEncodeForQueryString, ::qvrEncodeForQueryString(text));
 ON_PAGE_TEXT(qvrEncodeURLKeepingUnescaped, ::qvrEncodeURLKeepingUnescaped(text, u" "));
 void qvrDecodePercentEscapes(benchmark::State& state)
