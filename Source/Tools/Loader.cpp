@@ -90,7 +90,8 @@ void Loader::waitUntilDone()
             logFile(sourceFile, __LINE__, __func__, u"Extra wait in loop for WebView to finish loading: %@", _finishDate);
             if (!_finishDate)
                 extendFinishDate(static_cast<double>(webToolExtraLoadingTime()));
-            if (NSDate::date() > _finishDate)
+            // A period of 0 is over in the same tick of the clock.
+            if (NSDate::date() >= _finishDate)
                 isGracePeriodOver = true;
         }
         // 9. Done, or another pass.

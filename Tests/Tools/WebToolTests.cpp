@@ -30,9 +30,10 @@ TEST_F(Run, WithTooFewOrTooManyArgumentsEndsBeforeAnythingIsStarted)
         const support::ResultRecord answer = run(row);
         EXPECT_EQ(answer.keys, (Lines{"succeeded", "errorData", "errorString"}));
         EXPECT_EQ(answer.errorString, "wrong number of arguments");
-        EXPECT_EQ(archivedError().domain, "com.brackenlow.tarnwick.webtool");
-        EXPECT_EQ(archivedError().code, 1);
-        EXPECT_EQ(archivedError().userInfo.size(), 1U);
+        const support::ArchivedError error = archivedError();
+        EXPECT_EQ(error.domain, "com.brackenlow.tarnwick.webtool");
+        EXPECT_EQ(error.code, 1);
+        EXPECT_EQ(error.userInfo.size(), 1U);
     }
     EXPECT_TRUE(engineOptions.empty());
 }
@@ -52,9 +53,10 @@ TEST_F(Run, WithAnUnusableAddressEndsBeforeAnythingIsStarted)
         const support::ResultRecord answer = run({row, outputPath(), u"uid"});
         EXPECT_EQ(answer.keys, (Lines{"succeeded", "errorData", "errorString", "url"}));
         EXPECT_EQ(answer.url, row.UTF8());
-        EXPECT_EQ(archivedError().domain, "NSURLErrorDomain");
-        EXPECT_EQ(archivedError().code, -1000);
-        EXPECT_EQ(archivedError().value(NSURLErrorFailingURLStringErrorKey.UTF8()), row.UTF8());
+        const support::ArchivedError error = archivedError();
+        EXPECT_EQ(error.domain, "NSURLErrorDomain");
+        EXPECT_EQ(error.code, -1000);
+        EXPECT_EQ(error.value(NSURLErrorFailingURLStringErrorKey.UTF8()), row.UTF8());
     }
     EXPECT_TRUE(engineOptions.empty());
 }
