@@ -22,6 +22,34 @@ NSURLResponse response(const NSString& url, const NSString& type, const NSString
     return NSHTTPURLResponse(NSURL::URLWithString(url), status, fields, type, NSURLResponseUnknownLength, encoding);
 }
 
+NSData emptyPDF(NSSize pageSize, int pageCount)
+{
+    std::string text = "%PDF-1.4\n";
+    std::vector<size_t> places;
+    const auto add = [&](const std::string& object) {
+        places.push_back(text.size());
+        text += std::to_string(places.size()) + " 0 obj\n" + object + "\nendobj\n";
+    };
+    add("<</Type/Catalog/Pages 2 0 R>>");
+    std::string pages;
+    for (int page = 0; page < pageCount; ++page)
+        pages += std::to_string(page + 4) + " 0 R ";
+    add("<</Type/Pages/Count " + std::to_string(pageCount) + "/Kids[" + pages + "]>>");
+    add("<</Producer(Scripted)/Creator(Scripted engine)>>");
+    for (int page = 0; page < pageCount; ++page)
+        add("<</Type/Page/Parent 2 0 R/Resources<<>>/MediaBox[0 0 " + std::to_string(pageSize.width) + " "
+            + std::to_string(pageSize.height) + "]>>");
+    const size_t table = text.size();
+    text += "xref\n0 " + std::to_string(places.size() + 1) + "\n0000000000 65535 f \n";
+    for (const size_t place : places) {
+        const std::string number = std::to_string(place);
+        text += std::string(10 - number.size(), '0') + number + " 00000 n \n";
+    }
+    text += "trailer\n<</Size " + std::to_string(places.size() + 1) + "/Root 1 0 R/Info 3 0 R>>\nstartxref\n"
+        + std::to_string(table) + "\n%%EOF\n";
+    return NSData::dataWithBytes(text);
+}
+
 ScriptedEngine::ScriptedEngine()
 {
     _frames[main] = {};
@@ -427,6 +455,25 @@ NSString ScriptedEngine::frameElement(const FrameID& name, std::chrono::steady_c
 {
     beginAnswer(deadline);
     return frame(name).element;
+}
+
+NSSize ScriptedEngine::documentSize(std::chrono::steady_clock::time_point deadline)
+{
+    beginAnswer(deadline);
+    return sizeOfDocument.value_or(_viewSize);
+}
+
+NSData ScriptedEngine::print(const PrintSettings& settings, std::chrono::steady_clock::time_point deadline)
+{
+    _prints.push_back(settings);
+    beginAnswer(deadline);
+    return onPrint ? onPrint(settings) : emptyPDF(settings.paperSize);
+}
+
+NSData ScriptedEngine::picture(std::chrono::steady_clock::time_point deadline)
+{
+    beginAnswer(deadline);
+    return onPicture ? onPicture() : NSData();
 }
 
 }

@@ -51,6 +51,12 @@ public:
     // Told the deadline of each question, before anything else.
     std::function<void(std::chrono::steady_clock::time_point deadline)> onDeadline;
 
+    // How large the document is, what printing gives and what a picture shows. At first the document is as large as the view, prints
+    // are one empty page of the paper's size, and there is no picture.
+    std::optional<NSSize> sizeOfDocument;
+    std::function<NSData(const PrintSettings& settings)> onPrint;
+    std::function<NSData()> onPicture;
+
     // How the engine shows itself to any server.
     WebVisitorIdentity identity;
 
@@ -63,6 +69,9 @@ public:
     [[nodiscard]] int stops() const { return _stops; }
     [[nodiscard]] int documentQuestions() const { return _documentQuestions; }
     [[nodiscard]] const std::vector<ResourceID>& bodyQuestions() const { return _bodyQuestions; }
+    [[nodiscard]] const std::vector<PrintSettings>& prints() const { return _prints; }
+    [[nodiscard]] NSSize viewSize() const { return _viewSize; }
+    [[nodiscard]] NSString mediaType() const { return _mediaType; }
 
     // Says something in the next run of the run loop, or when it has run for so long.
     void later(Step step);
@@ -145,6 +154,11 @@ public:
         return identity;
     }
     [[nodiscard]] NSString frameElement(const FrameID& frame, std::chrono::steady_clock::time_point deadline) override;
+    void setViewSize(NSSize size) override { _viewSize = size; }
+    void setMediaType(const NSString& mediaType) override { _mediaType = mediaType; }
+    [[nodiscard]] NSSize documentSize(std::chrono::steady_clock::time_point deadline) override;
+    [[nodiscard]] NSData print(const PrintSettings& settings, std::chrono::steady_clock::time_point deadline) override;
+    [[nodiscard]] NSData picture(std::chrono::steady_clock::time_point deadline) override;
 
 private:
     struct Document {
@@ -180,6 +194,9 @@ private:
     int _stops = 0;
     int _documentQuestions = 0;
     std::vector<ResourceID> _bodyQuestions;
+    std::vector<PrintSettings> _prints;
+    NSSize _viewSize;
+    NSString _mediaType;
     int _names = 0;
     bool _isGone = false;
     bool* _ended = nullptr;
@@ -190,5 +207,7 @@ private:
 // A response to a request for `url`.
 [[nodiscard]] NSURLResponse response(const NSString& url, const NSString& type, const NSString& encoding = {}, int status = 200);
 [[nodiscard]] NSURLRequest requestFor(const NSString& url);
+// A PDF of so many empty pages.
+[[nodiscard]] NSData emptyPDF(NSSize pageSize, int pageCount = 1);
 
 }

@@ -2,6 +2,7 @@
 
 #include "Platform/Foundation/NSData.h"
 #include "Platform/Foundation/NSError.h"
+#include "Platform/Foundation/NSGeometry.h"
 #include "Platform/Foundation/NSURL.h"
 #include "Platform/Foundation/NSURLRequest.h"
 #include "Platform/Foundation/NSURLResponse.h"
@@ -55,6 +56,23 @@ struct DocumentSnapshot {
 struct WebVisitorIdentity {
     NSString userAgent;   // absent when the engine does not tell
     NSString cookies;     // the value of the Cookie field; absent when there are none
+};
+
+// How the page is put on paper. Lengths in points.
+struct PrintSettings {
+    // The engine scales no further down than this.
+    static constexpr double smallestScale = 0.075;
+
+    NSSize paperSize;
+    double topMargin = 0;
+    double leftMargin = 0;
+    double bottomMargin = 0;
+    double rightMargin = 0;
+    double scale = 1;   // points for each CSS pixel; the page is laid out for as many pixels as are then between the margins
+    bool printsBackgrounds = false;
+    // Ignores the page breaks that the document asks for, and keeps what is as high as the view as high as it is now: a paper as large as the
+    // document then takes it whole, unless it changes when printed.
+    bool isUnbroken = false;
 };
 
 // What happens in a page. All calls come inside runs of the run loop, on the main thread, and may call the engine or run the loop.
@@ -137,4 +155,19 @@ public:
     // The local name of the element that holds the frame: "iframe", "frame", "object", "embed". Absent for the main frame, and when the
     // engine does not tell. Waits as documents does.
     [[nodiscard]] virtual NSString frameElement(const FrameID& frame, std::chrono::steady_clock::time_point deadline) = 0;
+
+    // Sizes are in CSS pixels. The operations from here on that take a deadline wait as documents does, and throw as it does.
+
+    // The size of the view, for which pages are laid out. Rounded to whole pixels.
+    virtual void setViewSize(NSSize size) = 0;
+    // The CSS media type for which pages are laid out and printed; absent for the engine's own choice.
+    virtual void setMediaType(const NSString& mediaType) = 0;
+    // Of the main frame's document as it is laid out, with all that overflows; never less than the view.
+    [[nodiscard]] virtual NSSize documentSize(std::chrono::steady_clock::time_point deadline) = 0;
+    // The PDF of the main frame's document. The paper and margins are those of `settings`, whatever the document says of them. What is laid out
+    // for the paper may come out larger than the document is in the view.
+    [[nodiscard]] virtual NSData print(const PrintSettings& settings, std::chrono::steady_clock::time_point deadline) = 0;
+    // A PNG of the whole document, one pixel for each CSS pixel, as a view of the document's own size shows it: what is fixed or sticks stands
+    // where it would there. The view has its size again afterwards.
+    [[nodiscard]] virtual NSData picture(std::chrono::steady_clock::time_point deadline) = 0;
 };

@@ -190,7 +190,9 @@ bool Connection::waitForReplies(const std::function<bool()>& isDone, std::chrono
             std::string text = std::move(_unparsed.front());
             _unparsed.pop_front();
             std::optional<Message> message = Message::parse(std::move(text));
-            if (message && message->isEvent())
+            if (message && message->isEvent() && _isUrgent && _isUrgent(message->method()) && _eventHandler)
+                _eventHandler(*message);
+            else if (message && message->isEvent())
                 _events.push_back(std::move(*message));
             else if (message)
                 deliverReply(*message);

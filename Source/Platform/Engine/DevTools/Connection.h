@@ -39,11 +39,14 @@ public:
     // Events for whose method this is true are thrown away unparsed.
     void setIgnoredEvents(std::function<bool(std::string_view method)> ignored) { _isIgnored = std::move(ignored); }
 
+    // Events for whose method this is true are delivered also while only replies are read: the engine waits for an answer to them.
+    void setUrgentEvents(std::function<bool(std::string_view method)> urgent) { _isUrgent = std::move(urgent); }
+
     // Sends a command; `parameters` is a JSON object's text. `onReply` may be empty when the result does not matter. `session` is
     // empty for the engine as a whole. On a closed connection the handler is called with a refusal in the next pass of the run loop.
     void send(const std::string& session, std::string_view method, std::string_view parameters, ReplyHandler onReply = {});
 
-    // Reads and delivers replies, and nothing else, until `isDone` or `deadline`; events wait for the next run of the run loop, in their
+    // Reads and delivers replies and urgent events, and nothing else, until `isDone` or `deadline`; events wait for the next run of the run loop, in their
     // order. For questions that must be answered before their caller goes on. Returns whether it is done.
     [[nodiscard]] bool waitForReplies(const std::function<bool()>& isDone, std::chrono::steady_clock::time_point deadline);
 
@@ -74,6 +77,7 @@ private:
     EventHandler _eventHandler;
     std::function<void(NSString)> _closedHandler;
     std::function<bool(std::string_view)> _isIgnored;
+    std::function<bool(std::string_view)> _isUrgent;
     RunLoopFileSource _readable;
     RunLoopFileSource _writable;
     std::shared_ptr<bool> _alive = std::make_shared<bool>(true);   // false once destroyed, for handlers that end us

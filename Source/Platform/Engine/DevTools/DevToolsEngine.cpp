@@ -129,6 +129,7 @@ void DevToolsEngine::start(const PageEngineOptions& options)
     _connection = std::make_unique<Connection>(_process->commandDescriptor(), _process->messageDescriptor());
     _link.connection = _connection.get();
     _connection->setIgnoredEvents(isIgnored);
+    _connection->setUrgentEvents([](std::string_view method) { return method == "Page.javascriptDialogOpening"; });
     _connection->setEventHandler([this](const Message& event) { handle(event); });
     _connection->setClosedHandler([this](const NSString& reason) { connectionClosed(reason); });
     _interruptions.refuseForGood();
@@ -216,6 +217,21 @@ void DevToolsEngine::prepare(const std::string& session, bool isPage)
         R"({"autoAttach":true,"waitForDebuggerOnStart":true,"flatten":true,"filter":[{"type":"iframe"},{"type":"worker"}]})");
     if (!_settings.javaScriptEnabled)
         _link.send(session, "Emulation.setScriptExecutionDisabled", R"({"value":true})");
+    if (_mediaType)
+        sendMediaType(session);
+}
+
+void DevToolsEngine::setMediaType(const NSString& mediaType)
+{
+    _mediaType = mediaType;
+    for (const std::string& session : _sessions)
+        sendMediaType(session);
+}
+
+void DevToolsEngine::sendMediaType(const std::string& session)
+{
+    const json parameters = {{"media", _mediaType ? _mediaType.UTF8() : std::string()}};
+    _link.send(session, "Emulation.setEmulatedMedia", parameters.dump(-1, ' ', false, json::error_handler_t::replace));
 }
 
 void DevToolsEngine::detached(const JSONView& content)

@@ -6,6 +6,7 @@
 #include "Platform/Engine/DevTools/EngineProcess.h"
 #include "Platform/Engine/DevTools/FrameTracker.h"
 #include "Platform/Engine/DevTools/Interruptions.h"
+#include "Platform/Engine/DevTools/Printer.h"
 #include "Platform/Engine/DevTools/RequestGate.h"
 #include "Platform/Engine/DevTools/ResourceTracker.h"
 #include "Platform/Engine/PageEngineFactory.h"
@@ -33,6 +34,17 @@ public:
     [[nodiscard]] NSData body(const ResourceID& resource, std::chrono::steady_clock::time_point deadline) override;
     [[nodiscard]] WebVisitorIdentity identityForURL(const NSURL& url, std::chrono::steady_clock::time_point deadline) override;
     [[nodiscard]] NSString frameElement(const FrameID& frame, std::chrono::steady_clock::time_point deadline) override;
+    void setViewSize(NSSize size) override { _printer.setViewSize(size); }
+    void setMediaType(const NSString& mediaType) override;
+    [[nodiscard]] NSSize documentSize(std::chrono::steady_clock::time_point deadline) override
+    {
+        return _printer.documentSize(deadline);
+    }
+    [[nodiscard]] NSData print(const PrintSettings& settings, std::chrono::steady_clock::time_point deadline) override
+    {
+        return _printer.print(settings, deadline);
+    }
+    [[nodiscard]] NSData picture(std::chrono::steady_clock::time_point deadline) override { return _printer.picture(deadline); }
 
 private:
     struct PendingLoad {
@@ -45,6 +57,7 @@ private:
     void attached(const JSONView& content);
     void detached(const JSONView& content);
     void prepare(const std::string& session, bool isPage);
+    void sendMediaType(const std::string& session);
     void navigate(const PendingLoad& load);
     void navigateAnswered(const NSURL& url, const Connection::Reply& reply);
     void refuseLoad(const NSURLRequest& request, const NSError& error);
@@ -65,11 +78,13 @@ private:
     ResourceTracker _resources{_link, _frames};
     DocumentReader _reader{_link, _frames};
     Interruptions _interruptions{_link};
+    Printer _printer{_link};
 
     std::unique_ptr<PageEngineClient> _nobody;   // stands in while there is no client
     NSError _failure;                            // once present, every load fails with it
     std::optional<PendingLoad> _pendingLoad;     // waits for the engine to be ready
     Settings _settings;
+    NSString _mediaType;
     std::unordered_set<std::string> _sessions;
     std::unordered_set<DocumentID> _standIns;   // documents that are shown as an empty page
 

@@ -1,0 +1,125 @@
+#include "Platform/Engine/DevTools/Printer.h"
+
+#include "Platform/Engine/DevTools/PaperStyle.h"
+#include "Platform/Foundation/NSException.h"
+
+#include <cmath>
+#include <memory>
+#include <nlohmann/json.hpp>
+
+namespace {
+
+using nlohmann::json;
+
+constexpr double pointsPerInch = 72;
+// The engine's scale 1 is 96 CSS pixels to the inch.
+constexpr double pointsPerPixelUnscaled = pointsPerInch / 96;
+// How much of a printed document is fetched at once, in bytes: enough that asking costs nothing, little enough to weigh nothing.
+constexpr int pieceSize = 1 << 19;
+
+}
+
+void Printer::ask(std::string_view method, std::string_view parameters, TimePoint deadline, const Answer& answer)
+{
+    if (!_link.connection || !_link.connection->isOpen() || _link.pageSession.empty())
+        throw NSException(NSGenericException, u"The page engine is gone.");
+    struct Question {
+        bool isAnswered = false;
+        bool isOver = false;   // a reply that comes later finds nobody
+        std::optional<std::string> refusal;
+    };
+    const auto question = std::make_shared<Question>();
+    _link.send(_link.pageSession, method, parameters, [question, &answer](const Connection::Reply& reply) {
+        if (question->isOver)
+            return;
+        question->isAnswered = true;
+        question->refusal = reply.refusal;
+        if (!reply.refusal)
+            answer(reply.result);
+    });
+    const bool isAnswered = _link.connection->waitForReplies([&] { return question->isAnswered; }, deadline);
+    question->isOver = true;
+    if (!isAnswered)
+        throw NSException(NSGenericException, u"The page engine did not answer in time.");
+    if (question->refusal)
+        throw NSException(NSGenericException, NSString::stringWithRepairedUTF8(*question->refusal));
+}
+
+void Printer::setViewSize(NSSize size)
+{
+    _viewSize = size;
+    showViewSize(_viewSize);
+}
+
+void Printer::showViewSize(const std::optional<NSSize>& size)
+{
+    if (!size) {
+        _link.send(_link.pageSession, "Emulation.clearDeviceMetricsOverride");
+        return;
+    }
+    const json parameters = {
+        {"width", std::lround(size->width)}, {"height", std::lround(size->height)}, {"deviceScaleFactor", 1}, {"mobile", false}};
+    _link.send(_link.pageSession, "Emulation.setDeviceMetricsOverride", parameters.dump());
+}
+
+NSSize Printer::documentSize(TimePoint deadline)
+{
+    NSSize size;
+    ask("Page.getLayoutMetrics", "{}", deadline, [&](const JSONView& result) {
+        const JSONView content = result.object("cssContentSize");
+        size = {content.number("width"), content.number("height")};
+    });
+    return size;
+}
+
+NSData Printer::print(const PrintSettings& settings, TimePoint deadline)
+{
+    const json style = {{"expression", scriptForPaperStyle(settings)}};
+    // A page without a document to lay anything over is printed all the same.
+    _link.send(_link.pageSession, "Runtime.evaluate", style.dump());
+
+    const json parameters = {{"paperWidth", settings.paperSize.width / pointsPerInch},
+        {"paperHeight", settings.paperSize.height / pointsPerInch}, {"marginTop", settings.topMargin / pointsPerInch},
+        {"marginLeft", settings.leftMargin / pointsPerInch}, {"marginBottom", settings.bottomMargin / pointsPerInch},
+        {"marginRight", settings.rightMargin / pointsPerInch}, {"scale", settings.scale / pointsPerPixelUnscaled},
+        {"printBackground", settings.printsBackgrounds}, {"preferCSSPageSize", false}, {"transferMode", "ReturnAsStream"}};
+    std::string handle;
+    ask("Page.printToPDF", parameters.dump(), deadline, [&](const JSONView& result) { handle = result.text("stream"); });
+    return readStream(handle, deadline);
+}
+
+// Piece by piece: the whole would come as one message, three times as large in memory while it is read.
+NSData Printer::readStream(const std::string& handle, TimePoint deadline)
+{
+    std::vector<std::byte> bytes;
+    const json parameters = {{"handle", handle}, {"size", pieceSize}};
+    const std::string question = parameters.dump();
+    bool isAtEnd = false;
+    while (!isAtEnd) {
+        ask("IO.read", question, deadline, [&](const JSONView& result) {
+            const NSData piece =
+                result.boolean("base64Encoded") ? result.base64("data") : NSData::dataWithBytes(result.text("data"));
+            bytes.insert(bytes.end(), piece.bytes().begin(), piece.bytes().end());
+            isAtEnd = result.boolean("eof");
+        });
+    }
+    const json closing = {{"handle", handle}};
+    _link.send(_link.pageSession, "IO.close", closing.dump());
+    return NSData(std::move(bytes));
+}
+
+NSData Printer::picture(TimePoint deadline)
+{
+    // The view goes back to its size on every way out.
+    struct Restored {
+        Printer& printer;
+        ~Restored() { printer.showViewSize(printer._viewSize); }
+    };
+    const NSSize whole = documentSize(deadline);
+    const Restored restored{*this};
+    showViewSize(whole);
+    NSData picture;
+    ask("Page.captureScreenshot", R"({"format":"png","optimizeForSpeed":true})", deadline,
+        [&](const JSONView& result) { picture = result.base64("data"); });
+    return picture;
+}

@@ -1,0 +1,30 @@
+#pragma once
+
+#include "Platform/Engine/DevTools/EngineLink.h"
+#include "Platform/Engine/PageEngine.h"
+
+#include <chrono>
+#include <functional>
+#include <optional>
+
+// Puts the page on paper and into pictures. See PageEngine for the operations; those that wait let no news in.
+class Printer {
+public:
+    explicit Printer(EngineLink& link) : _link(link) { }
+
+    void setViewSize(NSSize size);
+    [[nodiscard]] NSSize documentSize(std::chrono::steady_clock::time_point deadline);
+    [[nodiscard]] NSData print(const PrintSettings& settings, std::chrono::steady_clock::time_point deadline);
+    [[nodiscard]] NSData picture(std::chrono::steady_clock::time_point deadline);
+
+private:
+    using TimePoint = std::chrono::steady_clock::time_point;
+    using Answer = std::function<void(const JSONView& result)>;
+    // Sends a command to the page and waits for its result. Throws NSException when it is refused or does not come.
+    void ask(std::string_view method, std::string_view parameters, TimePoint deadline, const Answer& answer);
+    void showViewSize(const std::optional<NSSize>& size);
+    [[nodiscard]] NSData readStream(const std::string& handle, TimePoint deadline);
+
+    EngineLink& _link;
+    std::optional<NSSize> _viewSize;   // nothing: the one that the engine was started with
+};
