@@ -185,6 +185,16 @@ TEST_F(EngineFault, IsNoneWhenTheEngineIsOneOfTheOtherCommands)
     expectArchive(capture(url("/page.html")));
 }
 
+TEST_F(EngineFault, IsNoneWhenTheEngineCrashesOnceWhileItStarts)
+{
+    const std::string starts = folder.pathOf("starts");
+    settings["WebToolEnginePath"] = folder.writeProgram("crashing",
+        "#!/bin/sh\necho start >>'" + starts + "'\n[ $(wc -l <'" + starts
+            + "') = 1 ] && kill -SEGV $$\nexec chromium-headless-shell \"$@\"\n");
+    expectArchive(capture(url("/page.html")));
+    EXPECT_EQ(readFile(starts), "start\nstart\n");
+}
+
 // What the engine may and may not do while it runs.
 class EngineProcess : public EngineFault { };
 

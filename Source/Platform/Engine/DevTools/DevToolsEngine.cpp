@@ -78,7 +78,7 @@ std::unique_ptr<PageEngine> makePageEngine(const PageEngineOptions& options)
     return std::make_unique<DevToolsEngine>(options);
 }
 
-DevToolsEngine::DevToolsEngine(const PageEngineOptions& options) : _nobody(std::make_unique<Nobody>())
+DevToolsEngine::DevToolsEngine(const PageEngineOptions& options) : _options(options), _nobody(std::make_unique<Nobody>())
 {
     _link.client = _nobody.get();
     _gate.onBodyTaken = [this](const DocumentID& document, NSData body) {
@@ -94,7 +94,7 @@ DevToolsEngine::DevToolsEngine(const PageEngineOptions& options) : _nobody(std::
     _resources.onDocumentResponse = [this](const DocumentID& document, const NSURLResponse& response) {
         _gate.judgeGuessedType(document, response);
     };
-    start(options);
+    start();
 }
 
 DevToolsEngine::~DevToolsEngine()
@@ -110,16 +110,16 @@ void DevToolsEngine::setClient(PageEngineClient* client)
     _link.client = client ? client : _nobody.get();
 }
 
-void DevToolsEngine::start(const PageEngineOptions& options)
+void DevToolsEngine::start()
 {
     EngineProcess::Options process;
-    process.executable = engineExecutable(options.enginePath, &_failure);
+    process.executable = engineExecutable(_options.enginePath, &_failure);
     if (process.executable.empty())
         return;
     const NSString noSandbox = reasonForNoSandbox();
-    if (noSandbox && options.report)
-        options.report(NSString::stringWithFormat(u"The page engine runs without its sandbox, because %@.", noSandbox));
-    process.flags = engineFlags(options.viewSize, !noSandbox.isAbsent());
+    if (noSandbox && !_wasStartedAgain)
+        report(NSString::stringWithFormat(u"The page engine runs without its sandbox, because %@.", noSandbox));
+    process.flags = engineFlags(_options.viewSize, !noSandbox.isAbsent());
     NSError error;
     _process = EngineProcess::start(process, &error);
     if (!_process) {
@@ -140,6 +140,18 @@ void DevToolsEngine::start(const PageEngineOptions& options)
     askForLife();
     _lifeTimer = NSTimer::scheduledTimerWithTimeInterval(
         std::chrono::duration<double>(lifeInterval).count(), true, [this] { checkLife(); });
+}
+
+void DevToolsEngine::startAgain()
+{
+    _lifeTimer.invalidate();
+    _askedForLife.reset();
+    _link.connection = nullptr;
+    _connection.reset();
+    _process.reset();
+    start();
+    if (_failure)
+        fail(std::exchange(_failure, {}));
 }
 
 void DevToolsEngine::handle(const Message& event)
@@ -199,39 +211,48 @@ void DevToolsEngine::attached(const JSONView& content)
     _link.send(session, "Runtime.runIfWaitingForDebugger");
 }
 
-// What is sent here is in force before the target loads anything: it waits, or its first request is held by the gate.
+// What is sent here is in force before the target loads anything: it waits, or its first request is held by the gate until all of
+// this is confirmed. The engine does not answer in the order of the commands, and a page that starts in a process of its own takes
+// along only what was confirmed by then.
 void DevToolsEngine::prepare(const std::string& session, bool isPage)
 {
     _sessions.insert(session);
-    _link.send(session, "Network.enable", ResourceTracker::networkParameters, [this, session, isPage](const Connection::Reply&) {
-        if (isPage)
-            _gate.open(session);
-    });
-    if (!isPage)
+    if (!isPage) {
+        _link.send(session, "Network.enable", ResourceTracker::networkParameters);
         return;
-    _link.send(session, "Page.enable");
-    _link.send(session, "Inspector.enable");
-    // Nobody is there whose window a page could close.
-    _link.send(session, "Page.addScriptToEvaluateOnNewDocument", R"({"source":"window.close=function(){}"})");
-    _link.send(session, "Target.setAutoAttach",
-        R"({"autoAttach":true,"waitForDebuggerOnStart":true,"flatten":true,"filter":[{"type":"iframe"},{"type":"worker"}]})");
+    }
+    const auto awaited = std::make_shared<int>(0);
+    const auto confirm = [this, session, awaited](std::string_view method, std::string_view parameters) {
+        ++*awaited;
+        _link.send(session, method, parameters, [this, session, awaited](const Connection::Reply&) {
+            if (--*awaited == 0)
+                _gate.open(session);
+        });
+    };
+    confirm("Network.enable", ResourceTracker::networkParameters);
+    confirm("Page.enable", "{}");
     if (!_settings.javaScriptEnabled)
-        _link.send(session, "Emulation.setScriptExecutionDisabled", R"({"value":true})");
+        confirm("Emulation.setScriptExecutionDisabled", R"({"value":true})");
     if (_mediaType)
-        sendMediaType(session);
+        confirm("Emulation.setEmulatedMedia", mediaParameters());
+    // Nobody is there whose window a page could close.
+    confirm("Page.addScriptToEvaluateOnNewDocument", R"({"source":"window.close=function(){}"})");
+    confirm("Target.setAutoAttach",
+        R"({"autoAttach":true,"waitForDebuggerOnStart":true,"flatten":true,"filter":[{"type":"iframe"},{"type":"worker"}]})");
+    _link.send(session, "Inspector.enable");
 }
 
 void DevToolsEngine::setMediaType(const NSString& mediaType)
 {
     _mediaType = mediaType;
     for (const std::string& session : _sessions)
-        sendMediaType(session);
+        _link.send(session, "Emulation.setEmulatedMedia", mediaParameters());
 }
 
-void DevToolsEngine::sendMediaType(const std::string& session)
+std::string DevToolsEngine::mediaParameters() const
 {
     const json parameters = {{"media", _mediaType ? _mediaType.UTF8() : std::string()}};
-    _link.send(session, "Emulation.setEmulatedMedia", parameters.dump(-1, ' ', false, json::error_handler_t::replace));
+    return parameters.dump(-1, ' ', false, json::error_handler_t::replace);
 }
 
 void DevToolsEngine::detached(const JSONView& content)
@@ -265,15 +286,21 @@ void DevToolsEngine::load(const NSURLRequest& request, const Settings& settings)
 
 void DevToolsEngine::navigate(const PendingLoad& load)
 {
-    if (load.settings.javaScriptEnabled != _settings.javaScriptEnabled) {
-        _link.send(_link.pageSession, "Emulation.setScriptExecutionDisabled",
-            load.settings.javaScriptEnabled ? R"({"value":false})" : R"({"value":true})");
-    }
-    _settings = load.settings;
     _gate.expectOwnLoad(load.request);
     _idleLimit = load.request.timeoutInterval();
     _lastActivity = steady_clock::now();
     checkIdleTime();
+    if (load.settings.javaScriptEnabled != _settings.javaScriptEnabled) {
+        _settings = load.settings;
+        _link.send(_link.pageSession, "Emulation.setScriptExecutionDisabled",
+            load.settings.javaScriptEnabled ? R"({"value":false})" : R"({"value":true})",
+            [this, load, number = _loadNumber](const Connection::Reply&) {
+                if (number == _loadNumber)
+                    navigate(load);
+            });
+        return;
+    }
+    _settings = load.settings;
     json parameters = {{"url", load.request.URL().absoluteString().UTF8()}};
     // What is no address is sent as a header field only.
     const NSString referer = load.request.valueForHTTPHeaderField(u"Referer");
@@ -409,9 +436,24 @@ void DevToolsEngine::askForLife()
     _link.send({}, "Browser.getVersion", "{}", [this](const Connection::Reply&) { _askedForLife.reset(); });
 }
 
+void DevToolsEngine::report(const NSString& message) const
+{
+    if (_options.report)
+        _options.report(message);
+}
+
 void DevToolsEngine::connectionClosed(const NSString& reason)
 {
     const NSString words = _process->exitDescription(200).value_or(reason);
+    // On a busy machine an engine now and then crashes while it starts, before it has done anything; the next one does not.
+    if (!_hasAnswered && !std::exchange(_wasStartedAgain, true)) {
+        report(NSString::stringWithFormat(u"The page engine ended while it started, and is started again. %@", words));
+        NSRunLoop::currentRunLoop().performBlock([this, alive = std::weak_ptr<bool>(_alive)] {
+            if (!alive.expired())
+                startAgain();
+        });
+        return;
+    }
     if (_hasAnswered) {
         fail(loadError(NSURLErrorDomain, NSURLErrorUnknown, {}, words));
     } else {

@@ -52,12 +52,13 @@ private:
         Settings settings;
     };
 
-    void start(const PageEngineOptions& options);
+    void start();
+    void startAgain();
     void handle(const Message& event);
     void attached(const JSONView& content);
     void detached(const JSONView& content);
     void prepare(const std::string& session, bool isPage);
-    void sendMediaType(const std::string& session);
+    [[nodiscard]] std::string mediaParameters() const;
     void navigate(const PendingLoad& load);
     void navigateAnswered(const NSURL& url, const Connection::Reply& reply);
     void refuseLoad(const NSURLRequest& request, const NSError& error);
@@ -67,9 +68,11 @@ private:
     void askForTitle();
     void checkLife();
     void askForLife();
+    void report(const NSString& message) const;
     void connectionClosed(const NSString& reason);
     void fail(const NSError& error);
 
+    PageEngineOptions _options;
     std::unique_ptr<EngineProcess> _process;
     std::unique_ptr<Connection> _connection;
     EngineLink _link;
@@ -103,5 +106,6 @@ private:
     NSTimer _lifeTimer;
     std::optional<std::chrono::steady_clock::time_point> _askedForLife;
     bool _hasAnswered = false;
+    bool _wasStartedAgain = false;
     std::shared_ptr<bool> _alive = std::make_shared<bool>(true);   // for news that is told later
 };
