@@ -21,6 +21,8 @@ using namespace std::chrono_literals;
 // How often an engine that says nothing is asked whether it lives, and how long it may then stay silent.
 constexpr auto lifeInterval = 500ms;
 constexpr auto longestSilence = 3s;
+// The first answer may take longer: a large program is read from the disk.
+constexpr auto longestStart = 4s;
 
 // News that nobody here needs. The network events are most of what the engine says; those that are not read are not even parsed.
 bool isIgnored(std::string_view method)
@@ -418,7 +420,7 @@ void DevToolsEngine::checkLife()
     const auto now = steady_clock::now();
     if (!_connection->isOpen())
         return;
-    if (_askedForLife && now - std::max(*_askedForLife, _connection->lastHeard()) > longestSilence) {
+    if (_askedForLife && now - std::max(*_askedForLife, _connection->lastHeard()) > (_hasAnswered ? longestSilence : longestStart)) {
         fail(_hasAnswered
                 ? engineError(EngineErrorDoesNotAnswer, u"The page engine does not answer any more.",
                     u"Try again; when it happens every time, install another version of the package chromium-headless-shell.")
