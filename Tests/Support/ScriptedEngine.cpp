@@ -325,6 +325,30 @@ ResourceID ScriptedEngine::request(const FrameID& name, const NSString& url, con
     return resource;
 }
 
+ScriptedEngine::Answer ScriptedEngine::ask(const OfferedRequest& offered)
+{
+    const auto answer = std::make_shared<std::optional<RequestAnswer>>();
+    _client->willSendRequest(offered, [answer](const RequestAnswer& given) {
+        if (*answer)
+            throw std::logic_error("A request is answered twice.");
+        *answer = given;
+    });
+    return answer;
+}
+
+ScriptedEngine::Answer ScriptedEngine::offerDocument(const FrameID& name, const NSURLResponse& redirectResponse)
+{
+    const Document& document = current(name);
+    return ask({document.name, name, document.name, requestFor(document.url.absoluteString()), redirectResponse});
+}
+
+ScriptedEngine::Answer ScriptedEngine::offer(
+    const FrameID& name, const NSString& url, const ResourceID& given, const NSURLResponse& redirectResponse)
+{
+    const ResourceID resource = given.empty() ? "resource" + std::to_string(++_names) : given;
+    return ask({resource, name, document(name), requestFor(url), redirectResponse});
+}
+
 void ScriptedEngine::redirectResource(const ResourceID& resource, const NSString& url, int status)
 {
     const NSURL from = std::exchange(_resources[resource].url, NSURL::URLWithString(url));

@@ -130,6 +130,15 @@ public:
     // The bytes that the question for a load's body gets; absent for none.
     void setBody(const ResourceID& resource, const NSData& body) { _bodies[resource] = body; }
 
+    // Questions about requests, whether the view wants them or not. The answer comes back, nothing until there is one.
+    using Answer = std::shared_ptr<const std::optional<RequestAnswer>>;
+    [[nodiscard]] bool areRequestsOffered() const { return _offersRequests; }
+    // About the request of the document under way in the frame, or where a redirect led it.
+    [[nodiscard]] Answer offerDocument(const FrameID& frame, const NSURLResponse& redirectResponse = {});
+    // About the request of a resource, whose name is made up unless one is given. A frame may be unknown.
+    [[nodiscard]] Answer offer(
+        const FrameID& frame, const NSString& url, const ResourceID& name = {}, const NSURLResponse& redirectResponse = {});
+
     // Faults.
     void failDocuments();                        // every question for the documents
     void failBody(const ResourceID& resource);   // every question for this body
@@ -145,6 +154,7 @@ public:
     // PageEngine
     void setClient(PageEngineClient* client) override { _client = client; }
     [[nodiscard]] FrameID mainFrame() const override { return main; }
+    void setRequestsOffered(bool offered) override { _offersRequests = offered; }
     void load(const NSURLRequest& request, const Settings& settings) override;
     void stop() override;
     [[nodiscard]] std::vector<DocumentSnapshot> documents(std::chrono::steady_clock::time_point deadline) override;
@@ -181,6 +191,7 @@ private:
     };
     Frame& frame(const FrameID& name);
     Document& current(const FrameID& name);
+    Answer ask(const OfferedRequest& offered);
     void appendDocuments(const FrameID& frame, std::vector<DocumentSnapshot>& documents) const;
     void beginAnswer(std::chrono::steady_clock::time_point deadline) const;
 
@@ -191,6 +202,7 @@ private:
     std::map<ResourceID, NSData> _bodies;
     std::optional<std::vector<DocumentSnapshot>> _fixedDocuments;
     std::vector<AskedLoad> _loads;
+    bool _offersRequests = false;
     int _stops = 0;
     int _documentQuestions = 0;
     std::vector<ResourceID> _bodyQuestions;

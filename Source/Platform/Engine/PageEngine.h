@@ -75,6 +75,35 @@ struct PrintSettings {
     bool isUnbroken = false;
 };
 
+// A request that waits to be sent (see PageEngine::setRequestsOffered).
+struct OfferedRequest {
+    ResourceID resource;   // under which the news tells of this load; empty when it will not
+    FrameID frame;         // that asks, or for which somebody asks; may be unknown, as a shared worker's is
+    DocumentID document;   // that asks, as far as it is known; of a document's own load, the document itself
+    NSURLRequest request;
+    NSURLResponse redirectResponse;   // present when a redirect led to `request`; what is known of it, its address at least
+};
+
+// What becomes of it.
+struct RequestAnswer {
+    enum class Way {
+        Send,     // over the network, as `request` says
+        Refuse,   // nothing is sent, and the load fails with `error`
+        Fulfil    // nothing is sent, and the load gets `response` with the bytes `data`
+    };
+    Way way = Way::Send;
+    // Its address, method, header fields and body count; absent for the request as it was offered. Another address is not seen by the
+    // page, which takes the answer for that of the address that it asked for.
+    NSURLRequest request;
+    NSError error;
+    // An HTTP response counts with its status and fields. Of any other, type and encoding count; it has status 200, and whoever asked
+    // may read it, whatever site the page is of. The page takes it for the answer of the address that it asked for.
+    NSURLResponse response;
+    NSData data;
+};
+// To be called once, at once or later, on the main thread. Until then, or until loads are stopped, the request waits.
+using RequestDecision = std::function<void(const RequestAnswer&)>;
+
 // What happens in a page. All calls come inside runs of the run loop, on the main thread, and may call the engine or run the loop.
 class PageEngineClient {
 public:
@@ -113,6 +142,13 @@ public:
     virtual void resourceReceivedData(const ResourceID& resource, int64_t length) = 0;
     virtual void resourceFinished(const ResourceID& resource) = 0;
     virtual void resourceFailed(const ResourceID& resource, const NSError& error) = 0;
+    // While requests are offered: this one waits to be sent. Told once for each request and each redirect, before or after
+    // resourceRequested tells of the same one; a document's own after its navigation has started, and before the question about the
+    // response. What the engine has in memory already is not requested.
+    virtual void willSendRequest(const OfferedRequest& offered, RequestDecision decide)
+    {
+        decide({RequestAnswer::Way::Send, offered.request, {}, {}, {}});
+    }
     // A server wants credentials. There are none to give; the challenge is already cancelled.
     virtual void authenticationRefused(const ResourceID& resource, const NSURLResponse& challenge) = 0;
 
@@ -134,6 +170,11 @@ public:
     // Borrowed; must outlive the engine or be reset to null.
     virtual void setClient(PageEngineClient* client) = 0;
     [[nodiscard]] virtual FrameID mainFrame() const = 0;
+
+    // Whether the client is asked about every request of the page, whatever asks for it (documents, scripts, workers), before it is
+    // sent. Off at first, because it costs: each request makes a detour, and nothing is answered from memory. It counts from the next
+    // load on.
+    virtual void setRequestsOffered(bool /*offered*/) { }
 
     // Loads `request` into the main frame with `settings`, after stopping what is loading there. The request's time-out is idle time:
     // that long without a byte of the main document ends the load with NSURLErrorTimedOut.

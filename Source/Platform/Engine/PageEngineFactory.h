@@ -10,6 +10,9 @@
 struct PageEngineOptions {
     NSString enginePath;   // the engine's command; absent for the first that is found (see EngineLocation.h)
     NSSize viewSize;       // in points, 1 point being 1 CSS pixel
+    // The engine reaches no server and asks for no name, whatever a page tries. Requests that are offered can be fulfilled all the
+    // same (see PageEngine::setRequestsOffered).
+    bool withoutNetwork = false;
     // Told once what a person may want to know: for now, that the engine runs without its sandbox, and why. May be empty.
     std::function<void(const NSString&)> report;
 };

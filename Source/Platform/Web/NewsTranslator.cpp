@@ -92,6 +92,8 @@ void NewsTranslator::frameAttached(const FrameID& frame, const FrameID& parent)
 void NewsTranslator::frameDetached(const FrameID& frame)
 {
     Deliveries deliveries;
+    if (ArchivedPage* archived = _page.archivedPage())
+        archived->frameDetached(frame);
     endRemoved(_page.frames().detach(frame), deliveries);
     deliver(deliveries);
 }
@@ -410,8 +412,8 @@ std::optional<NewsTranslator::ResourceFacts> NewsTranslator::factsOf(const Resou
     return ResourceFacts{load->identifier, dataSourceOf(load->frame, load->document)};
 }
 
-void NewsTranslator::resourceRequested(const ResourceID& resource, const FrameID& frame, const DocumentID& document,
-    const NSURLRequest& request, const NSURLResponse& redirectResponse)
+NewsTranslator::Filed NewsTranslator::file(const ResourceID& resource, const FrameID& frame, const DocumentID& document,
+    const NSURLRequest& request, Deliveries& deliveries)
 {
     const bool isNew = !_page.resources().find(resource);
     DocumentID owner = document;
@@ -420,23 +422,85 @@ void NewsTranslator::resourceRequested(const ResourceID& resource, const FrameID
         const Load load = entry ? (entry->committed ? entry->committed : entry->provisional) : nullptr;
         owner = load ? load->document : DocumentID();
     }
-    const ResourceLog::Load& filed = _page.resources().add(resource, frame, owner, request);
-    const auto identifier = std::make_shared<Value>(filed.identifier);
+    ResourceLog::Load& filed = _page.resources().add(resource, frame, owner, request);
     _page.progress().resourceRequested(resource);
-
-    Deliveries deliveries;
-    const WebDataSource dataSource = dataSourceOf(filed.frame, filed.document);
+    const auto identifier = std::make_shared<Value>(filed.identifier);
     if (isNew) {
+        const WebDataSource dataSource = dataSourceOf(filed.frame, filed.document);
         tellResources(deliveries, [this, identifier, resource, request, dataSource](auto& delegate, WebView& view) {
             *identifier = delegate.webViewIdentifierForInitialRequest(view, request, dataSource);
             if (ResourceLog::Load* load = _page.resources().find(resource))
                 load->identifier = *identifier;
         });
     }
-    tellResources(deliveries, [identifier, request, redirectResponse, dataSource](auto& delegate, WebView& view) {
-        (void)delegate.webViewResourceWillSendRequest(view, *identifier, request, redirectResponse, dataSource);
-    });
+    return {filed, identifier};
+}
+
+void NewsTranslator::resourceRequested(const ResourceID& resource, const FrameID& frame, const DocumentID& document,
+    const NSURLRequest& request, const NSURLResponse& redirectResponse)
+{
+    Deliveries deliveries;
+    const Filed filed = file(resource, frame, document, request, deliveries);
+    filed.load.redirectResponse = redirectResponse;
+    if (_page.areRequestsOffered())
+        ++filed.load.unasked;
+    else
+        tellWillSend(filed, deliveries);
     deliver(deliveries);
+}
+
+void NewsTranslator::tellWillSend(const Filed& filed, Deliveries& deliveries)
+{
+    tellResources(deliveries,
+        [identifier = filed.identifier, request = filed.load.request, redirectResponse = filed.load.redirectResponse,
+            dataSource = dataSourceOf(filed.load.frame, filed.load.document)](auto& delegate, WebView& view) {
+            (void)delegate.webViewResourceWillSendRequest(view, *identifier, request, redirectResponse, dataSource);
+        });
+}
+
+void NewsTranslator::tellUnasked(const ResourceID& resource, Deliveries& deliveries)
+{
+    ResourceLog::Load* load = _page.resources().find(resource);
+    if (load && std::exchange(load->unasked, 0) > 0)
+        tellWillSend({*load, std::make_shared<Value>(load->identifier)}, deliveries);
+}
+
+void NewsTranslator::willSendRequest(const OfferedRequest& offered, RequestDecision decide)
+{
+    const std::shared_ptr<WebPage> keepAlive = _page.shared_from_this();
+    // An answer that comes when the view is gone finds nobody.
+    const RequestDecision answer = [page = _page.weak_from_this(), decide = std::move(decide)](const RequestAnswer& given) {
+        const std::shared_ptr<WebPage> alive = page.lock();
+        if (alive && alive->view())
+            decide(given);
+    };
+    // 1. Filed, unless it is of something that is no frame of the page.
+    Value identifier;
+    NSURLResponse redirectResponse = offered.redirectResponse;
+    if (!offered.resource.empty() && _page.frames().find(offered.frame)) {
+        Deliveries deliveries;
+        const Filed filed = file(offered.resource, offered.frame, offered.document, offered.request, deliveries);
+        // The news tells more of the redirect, when it is here already.
+        if (filed.load.unasked-- > 0 && filed.load.redirectResponse)
+            redirectResponse = filed.load.redirectResponse;
+        deliver(deliveries);
+        identifier = *filed.identifier;
+    }
+    // 2. The delegate makes of it what it likes.
+    NSURLRequest request = offered.request;
+    WebView* view = _page.view();
+    if (WebResourceLoadDelegate* delegate = view ? view->resourceLoadDelegate() : nullptr) {
+        try {
+            request = delegate->webViewResourceWillSendRequest(
+                *view, identifier, request, redirectResponse, dataSourceOf(offered.frame, offered.document));
+        } catch (...) {
+            _page.answerRequest(offered, {}, answer);
+            throw;
+        }
+    }
+    // 3. And then it is answered or sent.
+    if (_page.view())
+        _page.answerRequest(offered, request, answer);
 }
 
 void NewsTranslator::resourceResponded(const ResourceID& resource, const NSURLResponse& response)
@@ -447,6 +511,7 @@ void NewsTranslator::resourceResponded(const ResourceID& resource, const NSURLRe
     _page.resources().find(resource)->response = response;
     _page.progress().resourceResponded(resource, response.expectedContentLength());
     Deliveries deliveries;
+    tellUnasked(resource, deliveries);
     tellResources(deliveries, [facts = *facts, response](auto& delegate, WebView& view) {
         delegate.webViewResourceDidReceiveResponse(view, facts.identifier, response, facts.dataSource);
     });
@@ -471,9 +536,10 @@ void NewsTranslator::resourceFinished(const ResourceID& resource)
     const std::optional<ResourceFacts> facts = factsOf(resource);
     if (!facts)
         return;
+    Deliveries deliveries;
+    tellUnasked(resource, deliveries);
     _page.resources().finish(resource);
     _page.progress().resourceEnded(resource);
-    Deliveries deliveries;
     tellResources(deliveries, [facts = *facts](auto& delegate, WebView& view) {
         delegate.webViewResourceDidFinishLoadingFromDataSource(view, facts.identifier, facts.dataSource);
     });
@@ -486,9 +552,10 @@ void NewsTranslator::resourceFailed(const ResourceID& resource, const NSError& e
     if (!facts)
         return;
     const NSError told = errorWithFailingURL(error, _page.resources().find(resource)->request.URL());
+    Deliveries deliveries;
+    tellUnasked(resource, deliveries);
     _page.resources().fail(resource);
     _page.progress().resourceEnded(resource);
-    Deliveries deliveries;
     tellResources(deliveries, [facts = *facts, told](auto& delegate, WebView& view) {
         delegate.webViewResourceDidFailLoadingWithError(view, facts.identifier, told, facts.dataSource);
     });

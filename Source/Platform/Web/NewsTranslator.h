@@ -4,6 +4,7 @@
 #include "Platform/Web/Deliveries.h"
 #include "Platform/Web/DocumentLoad.h"
 #include "Platform/Web/FrameTree.h"
+#include "Platform/Web/ResourceLog.h"
 #include "Platform/Web/WebPolicyDecisionListener.h"
 
 #include <memory>
@@ -43,6 +44,7 @@ public:
     void resourceReceivedData(const ResourceID& resource, int64_t length) override;
     void resourceFinished(const ResourceID& resource) override;
     void resourceFailed(const ResourceID& resource, const NSError& error) override;
+    void willSendRequest(const OfferedRequest& offered, RequestDecision decide) override;
     void authenticationRefused(const ResourceID& resource, const NSURLResponse& challenge) override;
 
     void engineFailed(const NSError& error) override;
@@ -71,6 +73,18 @@ private:
     void condemn(const Load& load, const NSError& error);
     void settle(const Load& load);
 
+    // A request of a load, filed, and the load's identifier as it is when the calls are made: the load may be gone then.
+    struct Filed {
+        ResourceLog::Load& load;
+        std::shared_ptr<Value> identifier;
+    };
+    // Files a request of a load, and adds the call that identifies a new one.
+    Filed file(const ResourceID& resource, const FrameID& frame, const DocumentID& document, const NSURLRequest& request,
+        Deliveries& deliveries);
+    // Adds the call for the present request of a load.
+    void tellWillSend(const Filed& filed, Deliveries& deliveries);
+    // Adds the calls for requests that the engine did not ask about after all, because it had the answer in memory.
+    void tellUnasked(const ResourceID& resource, Deliveries& deliveries);
     [[nodiscard]] WebDataSource dataSourceOf(const FrameID& frame, const DocumentID& document);
     [[nodiscard]] std::optional<ResourceFacts> factsOf(const ResourceID& resource);
 

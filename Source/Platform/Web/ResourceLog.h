@@ -23,6 +23,9 @@ public:
         NSString address;       // what was asked for first, without a fragment; absent when the request had none
         NSURLRequest request;   // where redirects have led
         NSURLResponse response;
+        NSURLResponse redirectResponse;   // that led to `request`; absent when nothing did
+        // Requests that the engine told of, less those that it asked about: both are said of each, in either order.
+        int unasked = 0;
         Value identifier;   // the resource-load delegate's
         State state = State::Underway;
         NSData body;

@@ -44,6 +44,16 @@ void WebFrame::loadRequest(const NSURLRequest& request)
     page->load(request);
 }
 
+void WebFrame::loadArchive(const WebArchive& archive)
+{
+    const std::shared_ptr<WebPage> page = _page.lock();
+    if (!entryOf(*this, page) || !archive)
+        return;
+    if (!page->frames().isMainFrame(_frameID))
+        throw NSException(NSInvalidArgumentException, u"Only the main frame can be given an archive to show.");
+    page->loadArchive(archive);
+}
+
 void WebFrame::stopLoading()
 {
     const std::shared_ptr<WebPage> page = _page.lock();

@@ -2,7 +2,10 @@
 
 #include "Platform/Foundation/FormatArgument.h"
 #include "Platform/Foundation/NSException.h"
+#include "Platform/Web/LoadErrors.h"
 #include "Platform/Web/WebView.h"
+
+#include <algorithm>
 
 namespace {
 
@@ -33,6 +36,7 @@ void WebPage::close()
     _view = nullptr;
     if (!_engine)
         return;
+    cancelProtocolLoads();
     _engine->setClient(nullptr);
     _engine.reset();
     (void)_frames->detachChildren(_frames->mainFrame().frame->frameID());
@@ -40,8 +44,24 @@ void WebPage::close()
 
 void WebPage::load(const NSURLRequest& request)
 {
+    _archivedPage.reset();
+    begin(request);
+}
+
+void WebPage::loadArchive(const WebArchive& archive)
+{
+    _archivedPage = std::make_unique<ArchivedPage>(archive);
+    begin(NSURLRequest::requestWithURL(_archivedPage->address()));
+}
+
+void WebPage::begin(const NSURLRequest& request)
+{
     if (!_engine)
         return;
+    cancelProtocolLoads();
+    const WebResourceLoadDelegate* delegate = _view->resourceLoadDelegate();
+    _offersRequests = _archivedPage || NSURLProtocol::hasRegisteredClasses() || (delegate && delegate->changesRequests());
+    _engine->setRequestsOffered(_offersRequests);
     PageEngine::Settings settings;
     settings.javaScriptEnabled = _view->preferences().isJavaScriptEnabled();
     settings.plugInsEnabled = _view->preferences().arePlugInsEnabled();
@@ -52,8 +72,51 @@ void WebPage::load(const NSURLRequest& request)
     _engine->load(request, settings);
 }
 
+void WebPage::answerRequest(const OfferedRequest& offered, const NSURLRequest& request, const RequestDecision& decide)
+{
+    const auto refuse = [&](int64_t code) {
+        decide({RequestAnswer::Way::Refuse, {}, loadError(NSURLErrorDomain, code, offered.request.URL()), {}, {}});
+    };
+    if (!request) {
+        refuse(NSURLErrorCancelled);
+        return;
+    }
+    // 1. The archive that is shown: what belongs to this very frame.
+    if (_archivedPage) {
+        const bool isDocument = !offered.resource.empty() && offered.resource == offered.document;
+        const WebResource resource = isDocument ? _archivedPage->documentForFrame(*_frames, offered.frame, request.URL())
+                                                : _archivedPage->resourceForFrame(*_frames, offered.frame, request.URL());
+        if (resource) {
+            const NSURLResponse response(resource.URL() ? resource.URL() : request.URL(), resource.MIMEType(),
+                static_cast<int64_t>(resource.data().length()), resource.textEncodingName());
+            decide({RequestAnswer::Way::Fulfil, {}, {}, response, resource.data()});
+            return;
+        }
+    }
+    // 2. The protocol classes.
+    const auto load = ProtocolLoad::loadForRequest(request, decide,
+        [this](ProtocolLoad& ended) { std::erase_if(_protocolLoads, [&](const auto& each) { return each.get() == &ended; }); });
+    if (load) {
+        _protocolLoads.push_back(load);
+        load->start();
+        return;
+    }
+    // 3. The network.
+    if (request.cachePolicy() == NSURLRequestReturnCacheDataDontLoad)
+        refuse(NSURLErrorResourceUnavailable);
+    else
+        decide({RequestAnswer::Way::Send, request, {}, {}, {}});
+}
+
+void WebPage::cancelProtocolLoads()
+{
+    for (const std::shared_ptr<ProtocolLoad>& load : std::exchange(_protocolLoads, {}))
+        load->cancel();
+}
+
 void WebPage::stop()
 {
+    cancelProtocolLoads();
     if (_engine)
         _engine->stop();
 }
@@ -97,6 +160,11 @@ std::vector<DocumentSnapshot> WebPage::documents()
 NSString WebPage::frameElement(const FrameID& frame)
 {
     return ask([&](PageEngine& engine, auto deadline) { return engine.frameElement(frame, deadline); });
+}
+
+NSData WebPage::picture()
+{
+    return ask([](PageEngine& engine, auto deadline) { return engine.picture(deadline); });
 }
 
 WebVisitorIdentity WebPage::identityForURL(const NSURL& url)

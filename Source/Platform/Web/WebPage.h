@@ -1,9 +1,11 @@
 #pragma once
 
 #include "Platform/Engine/PageEngine.h"
+#include "Platform/Web/ArchivedPage.h"
 #include "Platform/Web/FrameTree.h"
 #include "Platform/Web/NewsTranslator.h"
 #include "Platform/Web/ProgressEstimator.h"
+#include "Platform/Web/ProtocolLoad.h"
 #include "Platform/Web/ResourceLog.h"
 
 #include <chrono>
@@ -31,11 +33,21 @@ public:
     [[nodiscard]] ProgressEstimator& progress() { return _progress; }
 
     void load(const NSURLRequest& request);
+    // `archive` must not be absent.
+    void loadArchive(const WebArchive& archive);
     void stop();
     // The request that load gave to the engine and that has not started yet; absent when there is none.
     [[nodiscard]] NSURLRequest requestedLoad() const { return _requestedLoad; }
     void forgetRequestedLoad() { _requestedLoad = {}; }
     void setEngineFailure(const NSError& failure) { _engineFailure = failure; }
+
+    // Whether the engine asks about every request of the present load.
+    [[nodiscard]] bool areRequestsOffered() const { return _offersRequests; }
+    // Says what becomes of an offered request, in the form that the delegate gave it (see WebResourceLoadDelegate). `decide` is called at
+    // once, or when a protocol class has told all of its answer, or never when loads are stopped first.
+    void answerRequest(const OfferedRequest& offered, const NSURLRequest& request, const RequestDecision& decide);
+    // Null when no archive is shown.
+    [[nodiscard]] ArchivedPage* archivedPage() const { return _archivedPage.get(); }
 
     // Questions to the engine. Each waits a bounded time, and throws NSException when the engine is gone or does not answer.
     // The documents as they stand; their encodings and types are kept.
@@ -46,6 +58,8 @@ public:
     [[nodiscard]] NSData body(ResourceLog::Load& load);
     // Throws NSException when the engine is gone.
     void requireEngine() const;
+    // See WebView::picture.
+    [[nodiscard]] NSData picture();
     // See WebView::identityForURL. Does not throw.
     [[nodiscard]] WebVisitorIdentity identityForURL(const NSURL& url);
 
@@ -53,6 +67,8 @@ private:
     WebPage(WebView& view, std::unique_ptr<PageEngine> engine);
     template <typename Question>
     auto ask(Question question);
+    void begin(const NSURLRequest& request);
+    void cancelProtocolLoads();
 
     WebView* _view;
     std::unique_ptr<PageEngine> _engine;   // null once closed
@@ -61,6 +77,9 @@ private:
     ProgressEstimator _progress;
     NewsTranslator _news;
     NSURLRequest _requestedLoad;
+    bool _offersRequests = false;
+    std::unique_ptr<ArchivedPage> _archivedPage;
+    std::vector<std::shared_ptr<ProtocolLoad>> _protocolLoads;   // that have not ended
     NSError _engineFailure;
     std::chrono::milliseconds _patience;
 };

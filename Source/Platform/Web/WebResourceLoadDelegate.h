@@ -17,14 +17,21 @@ class WebResourceLoadDelegate {
 public:
     virtual ~WebResourceLoadDelegate() = default;
 
+    // Whether what webViewResourceWillSendRequest returns counts. Asked when a load begins; true makes every load cost more.
+    [[nodiscard]] virtual bool changesRequests() const { return false; }
+
     // Under what the other operations know this load. Absent unless the delegate says more.
     virtual Value webViewIdentifierForInitialRequest(
         WebView&, const NSURLRequest& /*request*/, const WebDataSource& /*dataSource*/)
     {
         return {};
     }
-    // The first request of a load (without a `redirectResponse`), and each to which a redirect led. Deliberate: the request is on
-    // its way already when the view's engine tells of it, so what is returned here changes nothing.
+    // The first request of a load (without a `redirectResponse`), and each to which a redirect led. When the delegate changes requests,
+    // or a protocol class was registered when the view's load began, the request waits until this returns: what is returned is offered
+    // to the archive that the view shows, then to the registered protocol classes (see NSURLProtocol), and then sent, unless its cache
+    // policy is NSURLRequestReturnCacheDataDontLoad. Such a request never reaches the network, and fails with
+    // NSURLErrorResourceUnavailable; an absent one fails with NSURLErrorCancelled. Deliberate: otherwise the request is on its way
+    // already when the view's engine tells of it, and what is returned changes nothing.
     virtual NSURLRequest webViewResourceWillSendRequest(WebView&, const Value& /*identifier*/, const NSURLRequest& request,
         const NSURLResponse& /*redirectResponse*/, const WebDataSource& /*dataSource*/)
     {

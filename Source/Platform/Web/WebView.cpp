@@ -34,6 +34,11 @@ WebVisitorIdentity WebView::identityForURL(const NSURL& url) const
     return _page->identityForURL(url);
 }
 
+NSData WebView::picture() const
+{
+    return _page->picture();
+}
+
 void WebView::stopLoading()
 {
     _page->stop();

@@ -50,6 +50,9 @@ public:
     // How the view's loads show themselves to the server of `url`; empty when the engine is gone or does not tell.
     [[nodiscard]] WebVisitorIdentity identityForURL(const NSURL& url) const;
 
+    // A PNG of the whole page as it stands, one pixel for each point. Throws NSException when the engine cannot answer.
+    [[nodiscard]] NSData picture() const;
+
     [[nodiscard]] WebPreferences& preferences() { return _preferences; }
     [[nodiscard]] const WebPreferences& preferences() const { return _preferences; }
     // The CSS media type for which pages are laid out; absent for the engine's own choice.

@@ -40,6 +40,12 @@ bool isLoadableScheme(const NSString& scheme)
     return std::find(schemes.begin(), schemes.end(), scheme.lowercaseString()) != schemes.end();
 }
 
+// What is in memory is answered without a request that could be offered.
+std::string_view memoryParameters(bool disabled)
+{
+    return disabled ? R"({"cacheDisabled":true})" : R"({"cacheDisabled":false})";
+}
+
 // Takes all news and lets every load pass.
 class Nobody final : public PageEngineClient {
 public:
@@ -96,6 +102,7 @@ DevToolsEngine::DevToolsEngine(const PageEngineOptions& options) : _options(opti
     _resources.onDocumentResponse = [this](const DocumentID& document, const NSURLResponse& response) {
         _gate.judgeGuessedType(document, response);
     };
+    _gate.onRefused = [this](const std::string& networkID, const NSError& error) { _resources.setFailure(networkID, error); };
     start();
 }
 
@@ -121,7 +128,7 @@ void DevToolsEngine::start()
     const NSString noSandbox = reasonForNoSandbox();
     if (noSandbox && !_wasStartedAgain)
         report(NSString::stringWithFormat(u"The page engine runs without its sandbox, because %@.", noSandbox));
-    process.flags = engineFlags(_options.viewSize, !noSandbox.isAbsent());
+    process.flags = engineFlags(_options.viewSize, !noSandbox.isAbsent(), _options.withoutNetwork);
     NSError error;
     _process = EngineProcess::start(process, &error);
     if (!_process) {
@@ -221,6 +228,8 @@ void DevToolsEngine::prepare(const std::string& session, bool isPage)
     _sessions.insert(session);
     if (!isPage) {
         _link.send(session, "Network.enable", ResourceTracker::networkParameters);
+        if (_gate.areRequestsOffered())
+            _link.send(session, "Network.setCacheDisabled", memoryParameters(true));
         return;
     }
     const auto awaited = std::make_shared<int>(0);
@@ -232,6 +241,8 @@ void DevToolsEngine::prepare(const std::string& session, bool isPage)
         });
     };
     confirm("Network.enable", ResourceTracker::networkParameters);
+    if (_gate.areRequestsOffered())
+        confirm("Network.setCacheDisabled", memoryParameters(true));
     confirm("Page.enable", "{}");
     if (!_settings.javaScriptEnabled)
         confirm("Emulation.setScriptExecutionDisabled", R"({"value":true})");
@@ -255,6 +266,15 @@ std::string DevToolsEngine::mediaParameters() const
 {
     const json parameters = {{"media", _mediaType ? _mediaType.UTF8() : std::string()}};
     return parameters.dump(-1, ' ', false, json::error_handler_t::replace);
+}
+
+void DevToolsEngine::setRequestsOffered(bool offered)
+{
+    if (offered == _gate.areRequestsOffered())
+        return;
+    _gate.setRequestsOffered(offered);
+    for (const std::string& session : _sessions)
+        _link.send(session, "Network.setCacheDisabled", memoryParameters(offered));
 }
 
 void DevToolsEngine::detached(const JSONView& content)
@@ -420,7 +440,8 @@ void DevToolsEngine::checkLife()
     const auto now = steady_clock::now();
     if (!_connection->isOpen())
         return;
-    if (_askedForLife && now - std::max(*_askedForLife, _connection->lastHeard()) > (_hasAnswered ? longestSilence : longestStart)) {
+    if (_askedForLife
+        && now - std::max(*_askedForLife, _connection->lastHeard()) > (_hasAnswered ? longestSilence : longestStart)) {
         fail(_hasAnswered
                 ? engineError(EngineErrorDoesNotAnswer, u"The page engine does not answer any more.",
                     u"Try again; when it happens every time, install another version of the package chromium-headless-shell.")

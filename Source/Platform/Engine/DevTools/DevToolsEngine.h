@@ -28,6 +28,7 @@ public:
 
     void setClient(PageEngineClient* client) override;
     [[nodiscard]] FrameID mainFrame() const override { return FrameID(EngineLink::mainFrameID); }
+    void setRequestsOffered(bool offered) override;
     void load(const NSURLRequest& request, const Settings& settings) override;
     void stop() override;
     [[nodiscard]] std::vector<DocumentSnapshot> documents(std::chrono::steady_clock::time_point deadline) override;

@@ -28,7 +28,7 @@ bool hasSandboxHelper()
 
 }
 
-std::vector<std::string> engineFlags(NSSize viewSize, bool withoutSandbox)
+std::vector<std::string> engineFlags(NSSize viewSize, bool withoutSandbox, bool withoutNetwork)
 {
     std::vector<std::string> flags = {
         "--headless",
@@ -74,6 +74,13 @@ std::vector<std::string> engineFlags(NSSize viewSize, bool withoutSandbox)
         flags.emplace_back("--no-sandbox");
         // The process that others are forked from serves the sandbox; without that, it only costs.
         flags.emplace_back("--no-zygote");
+    }
+    if (withoutNetwork) {
+        // No name and no number leads to an address, for nothing that the engine connects to: pages, sockets, connections made ahead. Calls
+        // between browsers, which go by numbers of their own, would need a proxy, and there is none.
+        flags.emplace_back("--host-resolver-rules=MAP * ~NOTFOUND");
+        flags.emplace_back("--no-proxy-server");
+        flags.emplace_back("--force-webrtc-ip-handling-policy=disable_non_proxied_udp");
     }
     // Started with a page, the engine has one ready when it answers for the first time.
     flags.emplace_back("about:blank");

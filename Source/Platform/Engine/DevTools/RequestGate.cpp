@@ -1,5 +1,6 @@
 #include "Platform/Engine/DevTools/RequestGate.h"
 
+#include "Platform/Engine/DevTools/FulfilCommand.h"
 #include "Platform/Engine/DevTools/NetworkErrors.h"
 #include "Platform/Engine/DevTools/ResponseFacts.h"
 #include "Platform/Foundation/Value.h"
@@ -21,27 +22,11 @@ bool isRedirect(int64_t status)
     return status == 301 || status == 302 || status == 303 || status == 307 || status == 308;
 }
 
-// A header value with what would end it early percent-escaped.
-NSString sendableHeaderValue(const NSString& value)
-{
-    std::string result;
-    for (const char byte : value.UTF8()) {
-        const auto code = static_cast<unsigned char>(byte);
-        if (code < 0x20 || code == 0x7f) {
-            static constexpr char digits[] = "0123456789ABCDEF";
-            result += {'%', digits[code >> 4], digits[code & 15]};
-        } else {
-            result += byte;
-        }
-    }
-    return NSString::stringWithRepairedUTF8(result);
-}
-
 json headerList(const NSDictionary& fields)
 {
     json list = json::array();
     for (const auto& [name, value] : fields)
-        list.push_back({{"name", name.UTF8()}, {"value", value.string().UTF8()}});
+        list.push_back({{"name", name.UTF8()}, {"value", sendableHeaderValue(value.string()).UTF8()}});
     return list;
 }
 
@@ -49,8 +34,17 @@ json headerList(const NSDictionary& fields)
 
 void RequestGate::enable()
 {
+    // All requests pass here only when the client wants them; that takes a quarter more of the engine's time.
     _link.send({}, "Fetch.enable",
-        R"({"patterns":[{"resourceType":"Document","requestStage":"Request"},{"resourceType":"Document","requestStage":"Response"}]})");
+        _offersRequests
+            ? R"({"patterns":[{"requestStage":"Request"},{"resourceType":"Document","requestStage":"Response"}]})"
+            : R"({"patterns":[{"resourceType":"Document","requestStage":"Request"},{"resourceType":"Document","requestStage":"Response"}]})");
+}
+
+void RequestGate::setRequestsOffered(bool offered)
+{
+    _offersRequests = offered;
+    enable();
 }
 
 void RequestGate::open(const std::string& session)
@@ -60,7 +54,7 @@ void RequestGate::open(const std::string& session)
     if (waiting.empty())
         return;
     for (const Held& held : waiting.mapped())
-        requestHeld(held, false);
+        requestHeld(held);
 }
 
 void RequestGate::expectOwnLoad(const NSURLRequest& request)
@@ -75,26 +69,171 @@ void RequestGate::handle(const Message& event)
         return;
     const JSONView content = event.content();
     const JSONView request = content.object("request");
-    Held held{event.session(), std::string(content.text("requestId")), _link.frameFromEngine(content.text("frameId")),
-        DocumentID(content.text("networkId")), {}};
-    const bool hasResponse = content.has("responseStatusCode");
-
+    Held held;
+    held.session = event.session();
+    held.interception = content.text("requestId");
+    held.frame = _link.frameFromEngine(content.text("frameId"));
+    held.networkID = content.text("networkId");
     held.request = requestFromEngine(request);
-    if (hasResponse) {
+    held.isRedirect = content.has("redirectedRequestId");
+    held.isDocument = content.text("resourceType") == "Document";
+    if (content.has("responseStatusCode")) {
         responseHeld(held, content);
     } else if (content.has("responseErrorReason")) {
         goOn(held);
+    } else if (!held.isDocument) {
+        subresourceHeld(std::move(held));
     } else if (_openSessions.contains(_frames.sessionOf(held.frame))) {
-        requestHeld(held, content.has("redirectedRequestId"));
+        requestHeld(held);
     } else {
         _waiting[_frames.sessionOf(held.frame)].push_back(std::move(held));
     }
 }
 
-void RequestGate::requestHeld(const Held& held, bool isRedirectTarget)
+// A request of a page or of something that works for it.
+void RequestGate::subresourceHeld(Held held)
+{
+    if (!_offersRequests) {
+        goOn(held);
+        return;
+    }
+    if (_frames.find(held.frame)) {
+        offer(std::move(held));
+        return;
+    }
+    // The frame's attachment may still be under way; it is here when the page's process has answered. What is no frame asks for itself.
+    _link.send(
+        _link.pageSession, "Page.getLayoutMetrics", "{}", [this, held, generation = _generation](const Connection::Reply&) {
+            if (generation == _generation)
+                offer(held);
+        });
+}
+
+// The request as the client is to see it: the program's own with all that it said, any other as the engine made it.
+NSURLRequest RequestGate::requestToSend(const Held& held) const
+{
+    if (!held.isDocument || held.networkID != _ownDocument || !_ownRequest)
+        return held.request;
+    NSMutableURLRequest request(_ownRequest);
+    if (held.isRedirect) {
+        request.setURL(held.request.URL());
+        request.setHTTPMethod(held.request.HTTPMethod());
+    }
+    // The program's own header fields go with its own request, whatever redirects it takes.
+    NSMutableURLRequest fields(held.request);
+    for (const auto& [name, value] : _ownRequest.allHTTPHeaderFields())
+        fields.setValue(value.string(), name);
+    request.setAllHTTPHeaderFields(fields.allHTTPHeaderFields());
+    return request;
+}
+
+void RequestGate::offer(Held held)
+{
+    OfferedRequest offered;
+    offered.resource = held.networkID;
+    offered.frame = held.frame;
+    const FrameTracker::Frame* frame = _frames.find(held.frame);
+    offered.document = held.isDocument ? held.networkID : frame ? frame->document : DocumentID();
+    offered.request = held.offered = requestToSend(held);
+    if (held.isRedirect) {
+        const auto redirect = _redirects.extract(held.networkID);
+        offered.redirectResponse =
+            redirect ? redirect.mapped() : NSURLResponse(NSURL(), NSString(), NSURLResponseUnknownLength, {});
+    }
+    if (!held.isDocument)
+        _redirects.insert_or_assign(
+            held.networkID, NSURLResponse(held.request.URL(), NSString(), NSURLResponseUnknownLength, {}));
+    _link.client->willSendRequest(offered, [this, held, generation = _generation](const RequestAnswer& answer) {
+        if (generation == _generation)
+            carryOut(held, answer);
+    });
+}
+
+void RequestGate::carryOut(const Held& held, const RequestAnswer& answer)
+{
+    switch (answer.way) {
+    case RequestAnswer::Way::Send:
+        send(held, answer.request ? answer.request : held.offered);
+        break;
+    case RequestAnswer::Way::Refuse:
+        refuse(held, answer.error);
+        break;
+    case RequestAnswer::Way::Fulfil:
+        fulfil(held, answer);
+        break;
+    }
+}
+
+void RequestGate::send(const Held& held, const NSURLRequest& request) const
+{
+    json changes = {{"requestId", held.interception}};
+    if (held.offered && request.URL() != held.offered.URL())
+        changes["url"] = request.URL().absoluteString().UTF8();
+    if (request.HTTPMethod() != held.request.HTTPMethod())
+        changes["method"] = request.HTTPMethod().UTF8();
+    if (request.allHTTPHeaderFields() != held.request.allHTTPHeaderFields())
+        changes["headers"] = headerList(request.allHTTPHeaderFields());
+    if (request.HTTPBody() && request.HTTPBody() != held.request.HTTPBody())
+        changes["postData"] = base64Text(request.HTTPBody().characters());
+    if (changes.size() == 1) {
+        goOn(held);
+        return;
+    }
+    _link.send(held.session, "Fetch.continueRequest", dump(changes), [this, held](const Connection::Reply& reply) {
+        if (reply.refusal)
+            goOn(held);
+    });
+}
+
+void RequestGate::refuse(const Held& held, const NSError& error)
+{
+    if (held.isDocument) {
+        const uint64_t generation = _generation;
+        _frames.failDocument(held.networkID, error);
+        if (generation == _generation)
+            abort(held);
+        return;
+    }
+    if (onRefused)
+        onRefused(held.networkID, error);
+    _link.send(held.session, "Fetch.failRequest",
+        R"({"requestId":")" + held.interception + R"(","errorReason":"InternetDisconnected"})");
+}
+
+void RequestGate::fulfil(Held held, const RequestAnswer& answer)
+{
+    if (!held.isDocument) {
+        fulfilWith(held, answer.response, fieldsOfAnswer(held.request, answer.response), answer.data);
+        return;
+    }
+    held.data = answer.data;
+    held.isFulfilled = true;
+    if (isRedirect(answer.response.statusCode().value_or(0)) && answer.response.valueForHTTPHeaderField(u"Location")) {
+        fulfilWith(held, answer.response, fieldsOfAnswer(held.request, answer.response), answer.data);
+    } else if (answer.response.MIMEType().length() == 0) {
+        _unjudged.insert_or_assign(held.networkID, held);
+        fulfilWith(held, answer.response, fieldsOfAnswer(held.request, answer.response), answer.data);
+    } else {
+        askAboutResponse(held, answer.response);
+    }
+}
+
+void RequestGate::fulfilWith(
+    const Held& held, const NSURLResponse& response, const NSDictionary& fields, const NSData& data) const
+{
+    _link.send(held.session, "Fetch.fulfillRequest",
+        fulfilCommand(held.interception, response.statusCode().value_or(200), fields, data.characters()),
+        [this, held](const Connection::Reply& reply) {
+            // An answer that the engine does not take is none.
+            if (reply.refusal)
+                abort(held);
+        });
+}
+
+void RequestGate::requestHeld(const Held& held)
 {
     const FrameTracker::Frame* frame = _frames.find(held.frame);
-    if (isRedirectTarget && frame && frame->provisional && frame->provisional->document == held.document) {
+    if (held.isRedirect && frame && frame->provisional && frame->provisional->document == held.networkID) {
         _frames.find(held.frame)->provisional->request = held.request;
         const uint64_t generation = _generation;
         _link.client->navigationRedirected(held.frame, held.request);
@@ -103,7 +242,7 @@ void RequestGate::requestHeld(const Held& held, bool isRedirectTarget)
         return;
     }
     if (_ownRequest && _ownDocument.empty() && held.frame == EngineLink::mainFrameID) {
-        _ownDocument = held.document;
+        _ownDocument = held.networkID;
         askAboutNavigation(held, NavigationType::Other);
         return;
     }
@@ -121,7 +260,7 @@ void RequestGate::requestHeld(const Held& held, bool isRedirectTarget)
             const auto type = _frames.reasonFor(held.frame, url, method);
             const FrameTracker::Frame* asking = _frames.find(held.frame);
             // A request for a document that the engine announced no navigation for is a download, by a link that says so.
-            if (!type && held.frame == EngineLink::mainFrameID && asking && asking->announced != held.document)
+            if (!type && held.frame == EngineLink::mainFrameID && asking && asking->announced != held.networkID)
                 abort(held);
             else
                 askAboutNavigation(held, type.value_or(NavigationType::Other));
@@ -138,7 +277,7 @@ void RequestGate::askAboutNavigation(const Held& held, NavigationType type)
             abort(held);
             return;
         }
-        _frames.startNavigation(held.frame, held.document, held.request);
+        _frames.startNavigation(held.frame, held.networkID, held.request);
         if (generation == _generation)
             sendRequest(held);
     });
@@ -146,19 +285,10 @@ void RequestGate::askAboutNavigation(const Held& held, NavigationType type)
 
 void RequestGate::sendRequest(const Held& held)
 {
-    if (held.document != _ownDocument || !_ownRequest || !_ownRequest.allHTTPHeaderFields().count()) {
-        goOn(held);
-        return;
-    }
-    // The program's own header fields go with its own request, whatever redirects it takes.
-    NSMutableURLRequest request(held.request);
-    for (const auto& [name, value] : _ownRequest.allHTTPHeaderFields())
-        request.setValue(sendableHeaderValue(value.string()), name);
-    const json parameters = {{"requestId", held.interception}, {"headers", headerList(request.allHTTPHeaderFields())}};
-    _link.send(held.session, "Fetch.continueRequest", dump(parameters), [this, held](const Connection::Reply& reply) {
-        if (reply.refusal)
-            goOn(held);
-    });
+    if (_offersRequests)
+        offer(held);
+    else
+        send(held, requestToSend(held));
 }
 
 void RequestGate::responseHeld(const Held& held, const JSONView& content)
@@ -166,6 +296,8 @@ void RequestGate::responseHeld(const Held& held, const JSONView& content)
     const int64_t status = content.integer("responseStatusCode");
     const NSURLResponse response = heldResponseFromEngine(held.request.URL(), content);
     if (isRedirect(status) && response.valueForHTTPHeaderField(u"Location")) {
+        if (_offersRequests)
+            _redirects.insert_or_assign(held.networkID, response);
         goOn(held);
         return;
     }
@@ -173,10 +305,10 @@ void RequestGate::responseHeld(const Held& held, const JSONView& content)
         || (status == 407 && response.valueForHTTPHeaderField(u"Proxy-Authenticate"))) {
         const uint64_t generation = _generation;
         if (onChallenge)
-            onChallenge(held.document, response);
+            onChallenge(held.networkID, response);
         if (generation == _generation) {
             _frames.failDocument(
-                held.document, loadError(NSURLErrorDomain, NSURLErrorUserAuthenticationRequired, held.request.URL()));
+                held.networkID, loadError(NSURLErrorDomain, NSURLErrorUserAuthenticationRequired, held.request.URL()));
             abort(held);
         }
         return;
@@ -187,7 +319,7 @@ void RequestGate::responseHeld(const Held& held, const JSONView& content)
         return;
     }
     if (!response.MIMEType() && response.isHTTP()) {
-        _unjudged.insert_or_assign(held.document, held);
+        _unjudged.insert_or_assign(held.networkID, held);
         goOn(held);
         return;
     }
@@ -196,7 +328,7 @@ void RequestGate::responseHeld(const Held& held, const JSONView& content)
 
 void RequestGate::askAboutResponse(const Held& held, const NSURLResponse& response)
 {
-    _frames.setResponse(held.document, response);
+    _frames.setResponse(held.networkID, response);
     _link.client->decideResponse(
         held.frame, held.request, response, [this, held, response, generation = _generation](PolicyAnswer answer) {
             if (generation != _generation)
@@ -233,6 +365,11 @@ void RequestGate::showResponse(const Held& held, const NSURLResponse& response)
         takeBody(held, response);
         return;
     }
+    if (held.isFulfilled) {
+        const NSString type = isShown ? NSString() : NSString(u"text/plain");
+        fulfilWith(held, response, fieldsOfAnswer(held.request, response, type), held.data);
+        return;
+    }
     const bool isAttachment = response.valueForHTTPHeaderField(u"Content-Disposition").length() > 0;
     const bool isEmptyError = response.statusCode().value_or(0) >= 400 && response.expectedContentLength() == 0;
     if (isShown && !isAttachment && !isEmptyError) {
@@ -258,18 +395,23 @@ void RequestGate::showResponse(const Held& held, const NSURLResponse& response)
 // The engine would save this type as a file. It belongs to the page all the same: its bytes are kept, and an empty page stands in its frame.
 void RequestGate::takeBody(const Held& held, const NSURLResponse& response)
 {
+    const auto showEmptyPage = [this, held, response](const std::optional<NSData>& body) {
+        if (body && onBodyTaken)
+            onBodyTaken(held.networkID, *body);
+        fulfilWith(held, response, NSDictionary{{u"Content-Type", u"text/html"}}, {});
+    };
+    if (held.isFulfilled) {
+        showEmptyPage(held.data);
+        return;
+    }
     const json parameters = {{"requestId", held.interception}};
-    _link.send(held.session, "Fetch.getResponseBody", dump(parameters),
-        [this, held, status = response.statusCode().value_or(200)](const Connection::Reply& reply) {
-            if (!reply.refusal && onBodyTaken) {
-                onBodyTaken(held.document,
-                    reply.result.boolean("base64Encoded") ? reply.result.base64("body")
-                                                          : NSData::dataWithBytes(reply.result.text("body")));
-            }
-            const json answer = {{"requestId", held.interception}, {"responseCode", status},
-                {"responseHeaders", json::array({{{"name", "Content-Type"}, {"value", "text/html"}}})}, {"body", ""}};
-            _link.send(held.session, "Fetch.fulfillRequest", dump(answer));
-        });
+    _link.send(held.session, "Fetch.getResponseBody", dump(parameters), [showEmptyPage](const Connection::Reply& reply) {
+        if (reply.refusal)
+            showEmptyPage({});
+        else
+            showEmptyPage(reply.result.boolean("base64Encoded") ? reply.result.base64("body")
+                                                                : NSData::dataWithBytes(reply.result.text("body")));
+    });
 }
 
 void RequestGate::forgetAll()
@@ -278,6 +420,7 @@ void RequestGate::forgetAll()
     _ownRequest = {};
     _ownDocument.clear();
     _unjudged.clear();
+    _redirects.clear();
     _waiting.clear();
 }
 

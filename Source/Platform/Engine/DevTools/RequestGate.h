@@ -17,6 +17,9 @@ public:
 
     // Makes requests stop here. To be sent before anything is loaded.
     void enable();
+    // See PageEngine::setRequestsOffered.
+    void setRequestsOffered(bool offered);
+    [[nodiscard]] bool areRequestsOffered() const { return _offersRequests; }
     // Lets requests of the target pass. Until the engine has confirmed that it reports what the target does, documents wait: a
     // page that is shown earlier is not reported whole.
     void open(const std::string& session);
@@ -37,6 +40,8 @@ public:
     std::function<void(const DocumentID&, NSData)> onBodyTaken;
     // The client refused a response that is already on its way into the page.
     std::function<void()> onRefusedTooLate;
+    // A request of a page was refused, and its load will fail for that.
+    std::function<void(const std::string& networkID, const NSError&)> onRefused;
     // A server wants credentials for the document.
     std::function<void(const DocumentID&, const NSURLResponse&)> onChallenge;
 
@@ -45,13 +50,26 @@ private:
         std::string session;
         std::string interception;
         FrameID frame;
-        DocumentID document;
-        NSURLRequest request;
+        std::string networkID;   // names the document too, when it is a document's
+        NSURLRequest request;    // as the engine made it
+        NSURLRequest offered;    // as the client was asked about it
+        bool isRedirect = false;
+        bool isDocument = false;
+        bool isFulfilled = false;   // with `data`, and without a server
+        NSData data;
     };
 
-    void requestHeld(const Held& held, bool isRedirect);
+    void requestHeld(const Held& held);
+    void subresourceHeld(Held held);
     void askAboutNavigation(const Held& held, NavigationType type);
     void sendRequest(const Held& held);
+    [[nodiscard]] NSURLRequest requestToSend(const Held& held) const;
+    void offer(Held held);
+    void carryOut(const Held& held, const RequestAnswer& answer);
+    void send(const Held& held, const NSURLRequest& request) const;
+    void refuse(const Held& held, const NSError& error);
+    void fulfil(Held held, const RequestAnswer& answer);
+    void fulfilWith(const Held& held, const NSURLResponse& response, const NSDictionary& fields, const NSData& data) const;
     void responseHeld(const Held& held, const JSONView& content);
     void askAboutResponse(const Held& held, const NSURLResponse& response);
     void showResponse(const Held& held, const NSURLResponse& response);
@@ -63,7 +81,9 @@ private:
     FrameTracker& _frames;
     NSURLRequest _ownRequest;   // present from expectOwnLoad until everything is stopped
     DocumentID _ownDocument;
+    bool _offersRequests = false;
     std::unordered_map<DocumentID, Held> _unjudged;
+    std::unordered_map<std::string, NSURLResponse> _redirects;   // what is known of the answer that led elsewhere, by load
     std::unordered_set<std::string> _openSessions;
     std::unordered_map<std::string, std::vector<Held>> _waiting;   // by session
     uint64_t _generation = 0;                                      // decisions made for an earlier one come too late

@@ -145,8 +145,10 @@ void ResourceTracker::failed(const JSONView& content)
     if (!resource || resource->isFinished)
         return;
     resource->isFinished = true;
-    const NSError error =
-        errorFromEngineName(content.boolean("canceled") ? "ERR_ABORTED" : content.text("errorText"), resource->url);
+    const auto known = _failures.extract(networkID);
+    const NSError error = known
+        ? known.mapped()
+        : errorFromEngineName(content.boolean("canceled") ? "ERR_ABORTED" : content.text("errorText"), resource->url);
     const bool isDocument = resource->isDocument;
     // What arrived before a connection broke is on the page, and so in its archive.
     if (isDocument && resource->bodyState == Body::None && resource->length > 0)

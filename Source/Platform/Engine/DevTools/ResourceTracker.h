@@ -28,6 +28,9 @@ public:
     // A body that was taken from the engine on another way.
     void setBody(const std::string& networkID, NSData body);
 
+    // Why this load is about to fail, whatever the engine will call that.
+    void setFailure(const std::string& networkID, NSError error) { _failures.insert_or_assign(networkID, std::move(error)); }
+
     // See PageEngine::body.
     [[nodiscard]] NSData body(const ResourceID& resource, std::chrono::steady_clock::time_point deadline);
     // Starts to fetch all bytes that are to be had.
@@ -68,6 +71,7 @@ private:
     EngineLink& _link;
     FrameTracker& _frames;
     std::unordered_map<std::string, Resource> _resources;
+    std::unordered_map<std::string, NSError> _failures;
     std::vector<std::string> _unasked;                       // finished loads whose bytes have not been asked for
     std::unordered_map<std::string, std::string> _sources;   // address → the first load of it over the network
 };

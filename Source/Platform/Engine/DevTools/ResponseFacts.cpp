@@ -15,6 +15,10 @@ NSURLRequest requestFromEngine(const JSONView& request)
     request.object("headers").forEachText([&](std::string_view name, std::string_view value) {
         result.setValue(NSString::stringWithRepairedUTF8(value), NSString::stringWithRepairedUTF8(name));
     });
+    std::string body;
+    request.forEachIn("postDataEntries", [&](JSONView entry) { body += entry.base64("bytes").characters(); });
+    if (!body.empty())
+        result.setHTTPBody(NSData::dataWithBytes(body));
     return result;
 }
 

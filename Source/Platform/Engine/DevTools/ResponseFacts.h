@@ -6,7 +6,7 @@
 
 // Requests and responses as the protocol's messages describe them.
 
-// From a "request" object: address, method and header fields.
+// From a "request" object: address, method, header fields, and the body as far as the engine tells it.
 [[nodiscard]] NSURLRequest requestFromEngine(const JSONView& request);
 // From a "response" object of the Network domain. The MIME type is as the server spelled it, or what the engine took the bytes for when the server said nothing.
 [[nodiscard]] NSURLResponse responseFromEngine(const JSONView& response);
