@@ -9,12 +9,23 @@
 #include "QVRLogger.h"
 #include "Tools/SourceFile.h"
 
+#include <atomic>
 #include <cerrno>
 #include <unistd.h>
 
 namespace {
 
 const NSString LogWebTool = u"LogWebTool";
+
+enum class AnswerState { Unlimited, Wanted, Given };
+std::atomic<AnswerState> answerState = AnswerState::Unlimited;
+
+// Whether the caller is to give the answer.
+bool takeAnswer()
+{
+    AnswerState expected = AnswerState::Wanted;
+    return answerState.compare_exchange_strong(expected, AnswerState::Given) || expected == AnswerState::Unlimited;
+}
 
 void writeToStandardOutput(const NSData& data)
 {
@@ -31,8 +42,27 @@ void writeToStandardOutput(const NSData& data)
 
 }
 
+SingleAnswer::SingleAnswer()
+{
+    answerState = AnswerState::Wanted;
+}
+
+SingleAnswer::~SingleAnswer()
+{
+    answerState = AnswerState::Unlimited;
+}
+
 void finishWithErrorAndTitleAndURL(const NSError& error, const NSString& title, const NSString& url, const NSString& path)
 {
+    // The answer of another thread ends the run as well.
+    (void)giveAnswer(error, title, url, path);
+    throw RunEnded();
+}
+
+bool giveAnswer(const NSError& error, const NSString& title, const NSString& url, const NSString& path)
+{
+    if (!takeAnswer())
+        return false;
     if (QVRLogger::isSharedLoggerEnabledForArea(LogWebTool)) {
         QVRLogger::sharedLogger()->logFile(
             sourceFile, __LINE__, __func__, LogWebTool, u"Finish with error: %@", qvrFullDescription(error));
@@ -49,7 +79,7 @@ void finishWithErrorAndTitleAndURL(const NSError& error, const NSString& title, 
     if (path)
         record.setObject(path, u"path");
     finishWithData(dataFromPropertyList(record));
-    throw RunEnded();
+    return true;
 }
 
 void finishWithBadArguments(const NSArray& arguments)

@@ -15,12 +15,23 @@ inline constexpr int64_t WebToolErrorEngine = 3;         // no page engine, or o
 // Thrown when the run has given its answer: whoever started it ends the process with status 0. It is no failure, and no NSException.
 struct RunEnded { };
 
+// While one lives, only the first answer of all threads is given.
+class SingleAnswer {
+public:
+    SingleAnswer();
+    SingleAnswer(const SingleAnswer&) = delete;
+    SingleAnswer& operator=(const SingleAnswer&) = delete;
+    ~SingleAnswer();
+};
+
 // The only way the host learns the outcome. Each operation writes one result record and throws RunEnded.
 //
 // The record's entries, in this order: "succeeded" (boolean, whether `error` is absent), "errorData" (data: archiveError) and "errorString" (the error's
 // localised description) when there is an error, "title", "url" and "path" when they are given.
 [[noreturn]] void finishWithErrorAndTitleAndURL(
     const NSError& error, const NSString& title, const NSString& url, const NSString& path);
+// The same without the end of the run, from any thread. False when another thread gives, or gave, the answer.
+[[nodiscard]] bool giveAnswer(const NSError& error, const NSString& title, const NSString& url, const NSString& path);
 // WebToolErrorBadArguments, with the whole argument vector in its user info.
 [[noreturn]] void finishWithBadArguments(const NSArray& arguments);
 // NSURLErrorBadURL for an address that makes no usable URL, which is the record's "url" too.

@@ -1,5 +1,6 @@
 #include "Platform/Engine/PageEngineFactory.h"
 #include "Platform/Foundation/NSProcessInfo.h"
+#include "Tools/EndRequests.h"
 #include "Tools/webtool.h"
 
 #include <csignal>
@@ -20,6 +21,7 @@ static void openStandardStreams()
 int main()
 {
     openStandardStreams();
+    EndRequests::blockSignals();
     // A file that may not grow any more is an error of its own, to be answered like any other, and not the end of the process.
     (void)std::signal(SIGXFSZ, SIG_IGN);
     // Proxies are those of the environment. GIO would look at the desktop's settings beside them, which connects the process to the

@@ -2,8 +2,10 @@
 
 #include "Platform/Foundation/NSAutoreleasePool.h"
 #include "Platform/Foundation/NSDistributedNotificationCenter.h"
+#include "QVRSettings.h"
 #include "QVRStringComparison.h"
 #include "Tools/ArchiveLoader.h"
+#include "Tools/EndRequests.h"
 #include "Tools/ResultRecord.h"
 
 namespace {
@@ -28,7 +30,10 @@ void capture(const NSArray& arguments, const PageEngineMaker& makeEngine)
     if (!url || !qvrContainsString(url.description(), u"//"))
         finishWithBadURL(address);
 
+    EndRequests endRequests(address);
+    endRequests.setTimeLimit(qvrIntegerForKey(u"WebToolMaxCaptureTime", HostDomain, 0));
     ArchiveLoader loader(makeEngine);
+    endRequests.setAddressSource([&loader] { return loader.newURLString(); });
     loader.setJustTitle(wantsTitleOnly);
     loader.loadURL(url, uid);
     loader.saveWebArchive(outputPath);

@@ -37,14 +37,6 @@ TEST_F(Leftovers, AreNoneWhenTheToolIsKilledWhileThePageLoads)
     endAfterRequest("/never.png", SIGKILL);
 }
 
-TEST_F(Leftovers, AreNoneWhenTheToolIsAskedToEnd)
-{
-    for (const int signal : {SIGTERM, SIGINT, SIGHUP}) {
-        SCOPED_TRACE(signal);
-        endAfterRequest("/never.png", signal);
-    }
-}
-
 TEST_F(Leftovers, AreNoneWhenTheToolIsKilledAsSoonAsItsEngineStarts)
 {
     // The stand-in says on the server that it runs; the real engine follows.

@@ -29,6 +29,11 @@ std::optional<std::string> unguessableName()
     return name + ".tmp";
 }
 
+std::string descriptorPath(const FileDescriptor& file)
+{
+    return "/proc/self/fd/" + std::to_string(file.get());
+}
+
 struct FolderAndName {
     std::string folder;
     std::string name;
@@ -77,15 +82,19 @@ std::unique_ptr<AtomicFile> AtomicFile::open(const NSString& path, NSError* erro
     if (replaces && S_ISDIR(replaced.st_mode))
         return failed(EISDIR);
 
-    // 4. The new file.
-    const std::optional<std::string> temporaryName = unguessableName();
-    if (!temporaryName)
-        return failed(EIO);
-    file->_file.reset(
-        openat(file->_folder.get(), temporaryName->c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0666));
-    if (!file->_file)
-        return failed(errno);
-    file->_temporaryName = *temporaryName;
+    // 4. The new file. One without a name can only be named through /proc.
+    file->_file.reset(openat(file->_folder.get(), ".", O_WRONLY | O_TMPFILE | O_CLOEXEC, 0666));
+    file->_isNameless = file->_file && access(descriptorPath(file->_file).c_str(), F_OK) == 0;
+    if (!file->_isNameless) {
+        const std::optional<std::string> temporaryName = unguessableName();
+        if (!temporaryName)
+            return failed(EIO);
+        file->_file.reset(
+            openat(file->_folder.get(), temporaryName->c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0666));
+        if (!file->_file)
+            return failed(errno);
+        file->_temporaryName = *temporaryName;
+    }
     // A file system that has no permissions refuses the change and has nothing to keep.
     if (replaces && S_ISREG(replaced.st_mode) && fchmod(file->_file.get(), replaced.st_mode & permissionBits) != 0
         && errno != EPERM && errno != ENOTSUP)
@@ -149,6 +158,17 @@ bool AtomicFile::write(std::string_view bytes, NSError* error)
     return write(std::as_bytes(std::span(bytes)), error);
 }
 
+bool AtomicFile::giveTemporaryName()
+{
+    const std::optional<std::string> name = unguessableName();
+    if (!name)
+        return fail(EIO);
+    if (linkat(AT_FDCWD, descriptorPath(_file).c_str(), _folder.get(), name->c_str(), AT_SYMLINK_FOLLOW) != 0)
+        return fail(errno);
+    _temporaryName = *name;
+    return true;
+}
+
 bool AtomicFile::commit(NSError* error)
 {
     if (_failure || !flush())
@@ -156,14 +176,19 @@ bool AtomicFile::commit(NSError* error)
     // 1. The contents reach the disk before the name does, or a power cut could leave a short file under it.
     if (fsync(_file.get()) != 0)
         return report(fail(errno), error);
-    // 2. Network file systems tell some write failures only here.
+    // 2. A file without a name gets its own where nothing is to be replaced.
+    const bool isNamed =
+        _isNameless && linkat(AT_FDCWD, descriptorPath(_file).c_str(), _folder.get(), _name.c_str(), AT_SYMLINK_FOLLOW) == 0;
+    if (!isNamed && _isNameless && !giveTemporaryName())
+        return report(false, error);
+    // 3. Network file systems tell some write failures only here.
     if (::close(_file.release()) != 0 && errno != EINTR)
         return report(fail(errno), error);
-    // 3. The new name takes the place of the old file in one step.
-    if (renameat(_folder.get(), _temporaryName.c_str(), _folder.get(), _name.c_str()) != 0)
+    // 4. Else the new name takes the place of the old file in one step.
+    if (!isNamed && renameat(_folder.get(), _temporaryName.c_str(), _folder.get(), _name.c_str()) != 0)
         return report(fail(errno), error);
     _temporaryName.clear();
-    // 4. The folder's entry reaches the disk. The file is there already, so a folder that cannot be synced (no right to read it, a
+    // 5. The folder's entry reaches the disk. The file is there already, so a folder that cannot be synced (no right to read it, a
     //    file system without the operation) is no failure.
     const FileDescriptor readableFolder(openat(_folder.get(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (readableFolder)

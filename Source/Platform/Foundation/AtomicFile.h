@@ -11,9 +11,9 @@
 #include <string_view>
 #include <vector>
 
-// A file that appears at its path whole or not at all. What is written goes to a new file of another name in the same folder;
-// `commit` syncs it and renames it over whatever file or symbolic link is at the path. Without a commit nothing is left and
-// nothing has changed. Small pieces are collected, so writing byte by byte is cheap; big ones are not copied.
+// A file that appears at its path whole or not at all. What is written goes to a new file without a name in the same folder (where the
+// file system has none of those, to one of another name); `commit` syncs it and puts it in the place of whatever file or symbolic link is
+// at the path. Without a commit nothing is left, even of a process that is killed, and nothing has changed. Small pieces are collected, so writing byte by byte is cheap; big ones are not copied.
 //
 // The new file has the permissions of the file that it replaces, else those that the process's umask leaves. A symbolic link is
 // replaced itself, its target stays as it is.
@@ -37,6 +37,7 @@ public:
 
 private:
     AtomicFile() = default;
+    [[nodiscard]] bool giveTemporaryName();
     bool writeThrough(std::span<const std::byte> bytes);
     bool flush();
     // Keeps the first failure.
@@ -45,7 +46,8 @@ private:
 
     NSString _path;
     std::string _name;            // in the folder
-    std::string _temporaryName;   // in the folder; empty when there is no such file (any more)
+    std::string _temporaryName;   // in the folder; empty while there is no such file
+    bool _isNameless = false;
     FileDescriptor _folder;
     FileDescriptor _file;
     std::vector<std::byte> _pending;

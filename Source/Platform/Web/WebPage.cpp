@@ -9,9 +9,9 @@
 
 namespace {
 
-// How long an answer of the engine is waited for. One that did not come makes the next ones wait less: whoever asks has other
+// How long an answer of the engine is waited for; an engine that falls silent is given up long before. One that did not come makes the next ones wait less: whoever asks has other
 // ways to go on, and is not to stand still at each of them.
-constexpr std::chrono::milliseconds usualPatience{10'000};
+constexpr std::chrono::milliseconds usualPatience{30'000};
 constexpr std::chrono::milliseconds lostPatience{1'000};
 
 }

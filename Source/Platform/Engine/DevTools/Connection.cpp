@@ -14,6 +14,7 @@ namespace {
 constexpr size_t readSize = 1 << 20;
 // No message of a page that a person could look at comes near this; beyond it the engine is taken for mad rather than memory filled.
 constexpr size_t largestMessage = size_t(1) << 30;
+constexpr std::chrono::milliseconds silence{500};
 
 }
 
@@ -184,6 +185,7 @@ void Connection::deliverReply(const Message& message)
 
 bool Connection::waitForReplies(const std::function<bool()>& isDone, std::chrono::steady_clock::time_point deadline)
 {
+    auto lastAsked = _lastHeard;
     for (;;) {
         // Events stay behind in their order; replies that came after them may pass, since their askers wait for nothing else.
         while (!_unparsed.empty()) {
@@ -201,7 +203,12 @@ bool Connection::waitForReplies(const std::function<bool()>& isDone, std::chrono
         const auto now = std::chrono::steady_clock::now();
         if (!_isOpen)
             abandonCommands();
-        if (done || !_isOpen || now >= deadline) {
+        bool isGivenUp = false;
+        if (!done && _silenceHandler && now - std::max(_lastHeard, lastAsked) >= silence) {
+            lastAsked = now;
+            isGivenUp = !_silenceHandler();
+        }
+        if (done || !_isOpen || now >= deadline || isGivenUp) {
             if (!_events.empty() || !_isOpen) {
                 NSRunLoop::currentRunLoop().performBlock([this, alive = _alive] {
                     if (*alive)
@@ -210,10 +217,11 @@ bool Connection::waitForReplies(const std::function<bool()>& isDone, std::chrono
             }
             return isDone();
         }
-        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - now).count() + 1;
+        const auto left =
+            std::chrono::duration_cast<std::chrono::milliseconds>(std::min(deadline, now + silence) - now).count() + 1;
         pollfd descriptors[] = {{_messageDescriptor, POLLIN, 0}, {_commandDescriptor, POLLOUT, 0}};
         const nfds_t count = _outgoing.empty() ? 1 : 2;
-        if (poll(descriptors, count, static_cast<int>(std::min<int64_t>(left, 1000))) > 0) {
+        if (poll(descriptors, count, static_cast<int>(left)) > 0) {
             if (descriptors[0].revents)
                 readAvailable();
             if (count == 2 && descriptors[1].revents)

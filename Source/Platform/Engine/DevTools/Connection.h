@@ -42,6 +42,9 @@ public:
     // Events for whose method this is true are delivered also while only replies are read: the engine waits for an answer to them.
     void setUrgentEvents(std::function<bool(std::string_view method)> urgent) { _isUrgent = std::move(urgent); }
 
+    // Called after each half second of silence while waitForReplies waits; false ends that wait, unanswered.
+    void setSilenceHandler(std::function<bool()> handler) { _silenceHandler = std::move(handler); }
+
     // Sends a command; `parameters` is a JSON object's text. `onReply` may be empty when the result does not matter. `session` is
     // empty for the engine as a whole. On a closed connection the handler is called with a refusal in the next pass of the run loop.
     void send(const std::string& session, std::string_view method, std::string_view parameters, ReplyHandler onReply = {});
@@ -76,6 +79,7 @@ private:
     std::chrono::steady_clock::time_point _lastHeard = std::chrono::steady_clock::now();
     EventHandler _eventHandler;
     std::function<void(NSString)> _closedHandler;
+    std::function<bool()> _silenceHandler;
     std::function<bool(std::string_view)> _isIgnored;
     std::function<bool(std::string_view)> _isUrgent;
     RunLoopFileSource _readable;

@@ -140,6 +140,7 @@ void DevToolsEngine::start()
     _connection->setIgnoredEvents(isIgnored);
     _connection->setUrgentEvents([](std::string_view method) { return method == "Page.javascriptDialogOpening"; });
     _connection->setEventHandler([this](const Message& event) { handle(event); });
+    _connection->setSilenceHandler([this] { return stillHopes(); });
     _connection->setClosedHandler([this](const NSString& reason) { connectionClosed(reason); });
     _interruptions.refuseForGood();
     _gate.enable();
@@ -435,13 +436,26 @@ void DevToolsEngine::askForTitle()
         });
 }
 
+bool DevToolsEngine::isLost() const
+{
+    return _askedForLife
+        && steady_clock::now() - std::max(*_askedForLife, _connection->lastHeard())
+        > (_hasAnswered ? longestSilence : longestStart);
+}
+
+// What checkLife does, for a time in which no timer fires. The failure is told by the timer afterwards.
+bool DevToolsEngine::stillHopes()
+{
+    if (!_askedForLife)
+        askForLife();
+    return !isLost();
+}
+
 void DevToolsEngine::checkLife()
 {
-    const auto now = steady_clock::now();
     if (!_connection->isOpen())
         return;
-    if (_askedForLife
-        && now - std::max(*_askedForLife, _connection->lastHeard()) > (_hasAnswered ? longestSilence : longestStart)) {
+    if (isLost()) {
         fail(_hasAnswered
                 ? engineError(EngineErrorDoesNotAnswer, u"The page engine does not answer any more.",
                     u"Try again; when it happens every time, install another version of the package chromium-headless-shell.")
@@ -449,7 +463,7 @@ void DevToolsEngine::checkLife()
                     u"Check that the engine's command can be run by hand, or install the package chromium-headless-shell."));
         return;
     }
-    if (!_askedForLife && now - _connection->lastHeard() > lifeInterval)
+    if (!_askedForLife && steady_clock::now() - _connection->lastHeard() > lifeInterval)
         askForLife();
 }
 

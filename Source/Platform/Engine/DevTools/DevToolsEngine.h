@@ -67,6 +67,8 @@ private:
     void checkIdleTime();
     void stopEverything(const NSError& mainFrameError);
     void askForTitle();
+    [[nodiscard]] bool isLost() const;
+    [[nodiscard]] bool stillHopes();
     void checkLife();
     void askForLife();
     void report(const NSString& message) const;
