@@ -2,6 +2,7 @@
 
 #include "Platform/Network/TransferErrors.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace {
@@ -20,8 +21,10 @@ void ByteSource::open(std::function<void()> news)
     startOpening();
 }
 
-void ByteSource::opened(NSURLResponse response, ObjectPointer<GInputStream> stream, BodyDecoder decoder)
+void ByteSource::opened(
+    NSURLResponse response, ObjectPointer<GInputStream> stream, BodyDecoder decoder, std::optional<uint64_t> length)
 {
+    _lengthLeft = length;
     _response = std::move(response);
     _stream = std::move(stream);
     _decoder = std::move(decoder);
@@ -50,6 +53,10 @@ void ByteSource::read()
 void ByteSource::readStream()
 {
     _streamCount = 0;
+    if (_lengthLeft == 0U) {
+        endRead({});
+        return;
+    }
     if (_readAhead) {
         endRead(std::move(*_readAhead));
         return;
@@ -99,6 +106,14 @@ void ByteSource::endRead(ReadEnd end)
     if (end.count < 0) {
         failed(errorWhileReading(*end.error));
         return;
+    }
+    if (_lengthLeft) {
+        if (_streamCount == 0 && *_lengthLeft > 0) {
+            failed(transferError(NSURLErrorNetworkConnectionLost, url()));
+            return;
+        }
+        _streamCount = std::min(_streamCount, static_cast<size_t>(*_lengthLeft));
+        *_lengthLeft -= _streamCount;
     }
     if (!_decoder.isIdle()) {
         if (_streamCount > 0)

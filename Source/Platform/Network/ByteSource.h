@@ -43,8 +43,9 @@ protected:
     ByteSource();
     virtual void startOpening() = 0;
     [[nodiscard]] virtual NSError errorWhileReading(const GError& error) const = 0;
-    // End the opening.
-    void opened(NSURLResponse response, ObjectPointer<GInputStream> stream, BodyDecoder decoder = {});
+    // End the opening. With a length, so many bytes of the stream are the body, before any decoding: fewer are a lost connection.
+    void opened(NSURLResponse response, ObjectPointer<GInputStream> stream, BodyDecoder decoder = {},
+        std::optional<uint64_t> length = {});
     void failed(NSError error);
 
     [[nodiscard]] GCancellable* cancellable() const { return _cancellable.get(); }
@@ -79,6 +80,7 @@ private:
     NSURLResponse _response;
     NSError _error;
     BodyDecoder _decoder;
+    std::optional<uint64_t> _lengthLeft;   // what is still to come of the stream; absent when nobody has told
     std::vector<std::byte> _codedBuffer;
     size_t _streamCount = 0;   // bytes in the stream's buffer
     std::vector<std::byte> _buffer;

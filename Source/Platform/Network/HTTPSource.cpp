@@ -273,7 +273,11 @@ void HTTPSource::openBody(ObjectPointer<GInputStream> stream)
         failed(transferError(NSURLErrorCannotDecodeContentData, _url));
         return;
     }
-    opened(madeResponse(), std::move(stream), std::move(decoder));
+    // Where the connection ends with the answer, libsoup takes any length for the right one.
+    std::optional<uint64_t> length;
+    if (hasBody && soup_message_headers_get_encoding(headers) == SOUP_ENCODING_CONTENT_LENGTH)
+        length = static_cast<uint64_t>(std::max<goffset>(soup_message_headers_get_content_length(headers), 0));
+    opened(madeResponse(), std::move(stream), std::move(decoder), length);
 }
 
 void HTTPSource::followRedirect(const char* location, unsigned status)

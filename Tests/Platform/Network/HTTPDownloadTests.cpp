@@ -59,6 +59,19 @@ TEST_F(HTTPDownload, StreamsBigBodies)
     }
 }
 
+TEST_F(HTTPDownload, TakesNoMoreThanTheLengthThatIsTold)
+{
+    for (const char* connection : {"keep-alive", "close"}) {
+        SCOPED_TRACE(connection);
+        server.onRaw("/x", [connection](support::Exchange& exchange) {
+            exchange.send(std::string("HTTP/1.1 200 OK\r\nContent-Length: 4\r\nConnection: ") + connection + "\r\n\r\n1234more");
+            // The end of the connection is not needed to know the end of the body.
+            exchange.awaitClose();
+        });
+        EXPECT_EQ(saved("/x"), "1234");
+    }
+}
+
 TEST_F(HTTPDownload, UndoesContentCodings)
 {
     std::string body;
