@@ -14,7 +14,7 @@ protected:
     {
         settings["WebToolTimeout"] = int64_t(1);
         settings["LogWebTool"] = true;
-        timeout = 20s;
+        timeout = 30s;
     }
 
     // The tries that were logged are exactly 0 to `count` - 1, once each and in their order.
@@ -31,14 +31,15 @@ protected:
         EXPECT_EQ(captured.logCount("[LogWebTool] Try "), count) << captured.process.error;
     }
 
-    // Each request for `path` came at least the time-out after the one before it, and soon after that.
+    // Each request for `path` came about the time-out of a second after the one before it: not at once, and long before the ten
+    // seconds that count without the setting. On a busy machine the way to the server takes a part of a second, or longer.
     void expectRequestsASecondApart(const std::string& path)
     {
         const std::vector<Request> requests = server.requests(path);
         for (size_t index = 1; index < requests.size(); ++index) {
             const std::chrono::duration<double> gap = requests[index].time - requests[index - 1].time;
-            EXPECT_GE(gap.count(), 0.9) << "before request " << index;
-            EXPECT_LT(gap.count(), 4) << "before request " << index;
+            EXPECT_GE(gap.count(), 0.5) << "before request " << index;
+            EXPECT_LT(gap.count(), 8) << "before request " << index;
         }
     }
 };

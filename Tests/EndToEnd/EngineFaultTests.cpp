@@ -146,6 +146,32 @@ TEST_F(EngineFault, IsNamedWhenTheEngineTalksNonsense)
     }
 }
 
+TEST_F(EngineFault, IsNamedWhenTheEngineNeverBeginsToLoad)
+{
+    // It answers whatever it is told, and shows that it has a page, but loads nothing.
+    const std::string idler = folder.write("idler.py", R"(import json, os
+rest = b""
+while True:
+    data = os.read(3, 65536)
+    if not data:
+        break
+    *messages, rest = (rest + data).split(b"\0")
+    for command in map(json.loads, messages):
+        answers = []
+        if command["method"] == "Target.setAutoAttach" and "sessionId" not in command:
+            answers.append({"method": "Target.attachedToTarget", "params": {"sessionId": "S",
+                "targetInfo": {"targetId": "T", "type": "page"}, "waitingForDebugger": False}})
+        if command["method"] != "Page.navigate":
+            answers.append({"id": command["id"], "result": {}, **({"sessionId": command["sessionId"]} if "sessionId" in command else {})})
+        for answer in answers:
+            os.write(4, json.dumps(answer).encode() + b"\0")
+)");
+    writeEngine("exec python3 '" + idler + "'\n");
+    const Captured captured = capture(url("/page.html"));
+    expectEngineError(captured);
+    EXPECT_LT(captured.seconds(), 10 + patience + slack);
+}
+
 TEST_F(EngineFault, EndsTheCaptureWhenTheEngineIsKilledWhileItLoads)
 {
     const auto process = startHangingLoad();

@@ -23,6 +23,8 @@ constexpr auto lifeInterval = 500ms;
 constexpr auto longestSilence = 3s;
 // The first answer may take longer: a large program is read from the disk.
 constexpr auto longestStart = 4s;
+// How long it may take to get ready for a load, before the request for it is on its way.
+constexpr auto longestPreparation = 10s;
 
 // News that nobody here needs. The network events are most of what the engine says; those that are not read are not even parsed.
 bool isIgnored(std::string_view method)
@@ -94,6 +96,7 @@ DevToolsEngine::DevToolsEngine(const PageEngineOptions& options) : _options(opti
         _resources.setBody(document, std::move(body));
     };
     _gate.onRefusedTooLate = [this] { stop(); };
+    _gate.onOwnRequestSent = [this] { ownRequestSent(); };
     _gate.onChallenge = [this](const DocumentID& document, const NSURLResponse& response) {
         _link.client->authenticationRefused(document, response);
     };
@@ -310,9 +313,14 @@ void DevToolsEngine::load(const NSURLRequest& request, const Settings& settings)
 void DevToolsEngine::navigate(const PendingLoad& load)
 {
     _gate.expectOwnLoad(load.request);
+    // The server's time begins with the request: what a busy machine needs until then is not taken from it.
     _idleLimit = load.request.timeoutInterval();
-    _lastActivity = steady_clock::now();
-    checkIdleTime();
+    _isPreparing = true;
+    _idleTimer =
+        NSTimer::scheduledTimerWithTimeInterval(std::chrono::duration<double>(longestPreparation).count(), false, [this] {
+            fail(engineError(EngineErrorDoesNotAnswer, u"The page engine does not begin to load the page.",
+                u"Try again; when it happens every time, install another version of the package chromium-headless-shell."));
+        });
     if (load.settings.javaScriptEnabled != _settings.javaScriptEnabled) {
         _settings = load.settings;
         _link.send(_link.pageSession, "Emulation.setScriptExecutionDisabled",
@@ -341,6 +349,8 @@ void DevToolsEngine::navigate(const PendingLoad& load)
 // A load that fails is told of by events when it got as far as a request; this answer tells of those that did not.
 void DevToolsEngine::navigateAnswered(const NSURL& url, const Connection::Reply& reply)
 {
+    if (std::exchange(_isPreparing, false))
+        _idleTimer.invalidate();
     if (reply.refusal && !_failure) {
         refuseLoad(NSURLRequest::requestWithURL(url), loadError(NSURLErrorDomain, NSURLErrorBadURL, url));
     } else if (!reply.refusal && !reply.result.text("errorText").empty()) {
@@ -380,11 +390,26 @@ void DevToolsEngine::stopEverything(const NSError& mainFrameError)
 {
     ++_loadNumber;
     _pendingLoad.reset();
-    _idleLimit = 0;
+    endIdleTime();
     _gate.forgetAll();
     for (const std::string& session : _sessions)
         _link.send(session, "Page.stopLoading");
     _frames.failAll(mainFrameError, false);
+}
+
+void DevToolsEngine::ownRequestSent()
+{
+    _isPreparing = false;
+    _idleTimer.invalidate();
+    _lastActivity = steady_clock::now();
+    checkIdleTime();
+}
+
+void DevToolsEngine::endIdleTime()
+{
+    _isPreparing = false;
+    _idleLimit = 0;
+    _idleTimer.invalidate();
 }
 
 void DevToolsEngine::documentActivity(const std::string& networkID)
@@ -506,7 +531,7 @@ void DevToolsEngine::fail(const NSError& error)
         return;
     _failure = error;
     _lifeTimer.invalidate();
-    _idleLimit = 0;
+    endIdleTime();
     _gate.forgetAll();
     const bool wasLoading = _frames.isAnythingLoading();
     const std::weak_ptr<bool> alive = _alive;

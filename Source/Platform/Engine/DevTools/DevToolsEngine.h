@@ -63,6 +63,8 @@ private:
     void navigate(const PendingLoad& load);
     void navigateAnswered(const NSURL& url, const Connection::Reply& reply);
     void refuseLoad(const NSURLRequest& request, const NSError& error);
+    void ownRequestSent();
+    void endIdleTime();
     void documentActivity(const std::string& networkID);
     void checkIdleTime();
     void stopEverything(const NSError& mainFrameError);
@@ -94,8 +96,9 @@ private:
     std::unordered_set<std::string> _sessions;
     std::unordered_set<DocumentID> _standIns;   // documents that are shown as an empty page
 
-    // Idle time of the main document.
-    NSTimer _idleTimer;
+    // From the call of load, the engine is getting ready to ask for the main document; from its request on, idle time counts.
+    bool _isPreparing = false;
+    NSTimer _idleTimer;      // for both
     double _idleLimit = 0;   // seconds; 0 when nothing is awaited
     std::chrono::steady_clock::time_point _lastActivity;
     uint64_t _loadNumber = 0;

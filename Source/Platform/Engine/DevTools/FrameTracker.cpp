@@ -157,10 +157,12 @@ void FrameTracker::failDocument(const DocumentID& document, const NSError& error
     }
 }
 
-void FrameTracker::dropNavigation(const FrameID& frame)
+void FrameTracker::dropNavigation(const FrameID& frame, const DocumentID& document)
 {
-    if (Frame* known = find(frame))
+    if (Frame* known = find(frame)) {
         known->provisional.reset();
+        known->refused = document;
+    }
 }
 
 void FrameTracker::failFrame(const FrameID& frame, const NSError& error)
@@ -290,6 +292,8 @@ void FrameTracker::navigated(const JSONView& content, const std::string& session
             failFrame(frame, loadError(NSURLErrorDomain, NSURLErrorUnknown, still->provisional->request.URL()));
         return;
     }
+    if (!document.empty() && document == known.refused)
+        return;
     // The empty document that the main frame starts with is no navigation of the page.
     if (frame == EngineLink::mainFrameID && url == "about:blank" && known.document.empty() && !known.provisional)
         return;

@@ -30,7 +30,8 @@ public:
         std::optional<Provisional> provisional;
         std::string requestedURL;   // what the page last asked this frame to go to, and why
         std::string requestReason;
-        DocumentID announced;       // the navigation that the engine last spoke of
+        DocumentID announced;    // the navigation that the engine last spoke of
+        DocumentID refused;      // the one that the client last refused
         bool isReload = false;   // of the navigation that is being prepared
         bool isHistory = false;
     };
@@ -55,8 +56,9 @@ public:
     void startNavigation(const FrameID& frame, const DocumentID& document, const NSURLRequest& request);
     // The load of `document` failed, before or after it was committed. Told once; a document that is not loading any more is left alone.
     void failDocument(const DocumentID& document, const NSError& error);
-    // The client refused the frame's navigation: it ends without news.
-    void dropNavigation(const FrameID& frame);
+    // The client refused the frame's navigation to `document`: it ends without news, even when the engine shows the document all the
+    // same for a moment.
+    void dropNavigation(const FrameID& frame, const DocumentID& document);
     // Fails everything that is loading in the frame.
     void failFrame(const FrameID& frame, const NSError& error);
     // Fails everything that is loading; the main frame with `error`, all others with NSURLErrorCancelled unless `sameForAll`.

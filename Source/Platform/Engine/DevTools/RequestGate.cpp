@@ -273,7 +273,7 @@ void RequestGate::askAboutNavigation(const Held& held, NavigationType type)
         if (generation != _generation)
             return;
         if (answer == PolicyAnswer::Ignore) {
-            _frames.dropNavigation(held.frame);
+            _frames.dropNavigation(held.frame, held.networkID);
             abort(held);
             return;
         }
@@ -285,6 +285,8 @@ void RequestGate::askAboutNavigation(const Held& held, NavigationType type)
 
 void RequestGate::sendRequest(const Held& held)
 {
+    if (held.isDocument && held.networkID == _ownDocument && onOwnRequestSent)
+        onOwnRequestSent();
     if (_offersRequests)
         offer(held);
     else
@@ -336,7 +338,7 @@ void RequestGate::askAboutResponse(const Held& held, const NSURLResponse& respon
             if (answer == PolicyAnswer::Use) {
                 showResponse(held, response);
             } else {
-                _frames.dropNavigation(held.frame);
+                _frames.dropNavigation(held.frame, held.networkID);
                 abort(held);
             }
         });
@@ -351,7 +353,7 @@ void RequestGate::judgeGuessedType(const DocumentID& document, const NSURLRespon
     _link.client->decideResponse(held.frame, held.request, response, [this, held, generation = _generation](PolicyAnswer answer) {
         if (generation != _generation || answer == PolicyAnswer::Use)
             return;
-        _frames.dropNavigation(held.frame);
+        _frames.dropNavigation(held.frame, held.networkID);
         if (onRefusedTooLate)
             onRefusedTooLate();
     });

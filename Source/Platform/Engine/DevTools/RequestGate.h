@@ -42,6 +42,8 @@ public:
     std::function<void()> onRefusedTooLate;
     // A request of a page was refused, and its load will fail for that.
     std::function<void(const std::string& networkID, const NSError&)> onRefused;
+    // The program's own request is on its way to the server; again for each redirect that it takes.
+    std::function<void()> onOwnRequestSent;
     // A server wants credentials for the document.
     std::function<void(const DocumentID&, const NSURLResponse&)> onChallenge;
 
