@@ -28,7 +28,7 @@ void logWithoutArea(unsigned long line, const char* function, std::u16string_vie
 
 }
 
-ArchiveLoader::ArchiveLoader(const PageEngineMaker& makeEngine) : Loader(makeEngine) { }
+ArchiveLoader::ArchiveLoader(const PageEngineMaker& makeEngine, bool readsLocalFiles) : Loader(makeEngine, readsLocalFiles) { }
 
 ArchiveLoader::~ArchiveLoader() = default;
 

@@ -9,7 +9,8 @@
 // archive, or downloads what is not a page. The saving operations end the run.
 class ArchiveLoader final : public Loader, public NSURLDownloadDelegate {
 public:
-    explicit ArchiveLoader(const PageEngineMaker& makeEngine);
+    // As Loader's.
+    explicit ArchiveLoader(const PageEngineMaker& makeEngine, bool readsLocalFiles = false);
     ~ArchiveLoader() override;
 
     // Loads `url`, posting progress notices for the capture `uid`. Returns when loading is over; a failure is in error().

@@ -22,12 +22,13 @@ const NSString rootPage = u"rootPage";
 
 }
 
-Loader::Loader(const PageEngineMaker& makeEngine)
+Loader::Loader(const PageEngineMaker& makeEngine, bool readsLocalFiles)
 {
     clearURLCache();
     PageEngineOptions options;
     options.enginePath = qvrObjectForKey(u"WebToolEnginePath", HostDomain, {}).string();
     options.viewSize = viewSize;
+    options.readsLocalFiles = readsLocalFiles;
     // Told while the view is being made, and by then the subclass has no area yet: it is logged with the first wait.
     options.report = [this](const NSString& text) { _engineReport = text; };
     _view = std::make_unique<WebView>(NSRect{{0, 0}, viewSize}, NSString(), NSString(), makeEngine(options));

@@ -23,7 +23,8 @@ using PageEngineMaker = std::function<std::unique_ptr<PageEngine>(const PageEngi
 class Loader : public WebFrameLoadDelegate, public WebPolicyDelegate, public WebResourceLoadDelegate {
 public:
     // Empties the URL cache for good, and makes the view: 612 × 612 points, 8.5 inches at 72 points each.
-    explicit Loader(const PageEngineMaker& makeEngine);
+    // `readsLocalFiles` when the page is made of files of this process's user.
+    explicit Loader(const PageEngineMaker& makeEngine, bool readsLocalFiles = false);
     Loader(const Loader&) = delete;
     Loader& operator=(const Loader&) = delete;
     ~Loader() override;

@@ -32,7 +32,7 @@ void capture(const NSArray& arguments, const PageEngineMaker& makeEngine)
 
     EndRequests endRequests(address);
     endRequests.setTimeLimit(qvrIntegerForKey(u"WebToolMaxCaptureTime", HostDomain, 0));
-    ArchiveLoader loader(makeEngine);
+    ArchiveLoader loader(makeEngine, url.isFileURL());
     endRequests.setAddressSource([&loader] { return loader.newURLString(); });
     loader.setJustTitle(wantsTitleOnly);
     loader.loadURL(url, uid);

@@ -19,8 +19,13 @@ size_t Captured::logCount(const std::string& text) const
 CaptureTest::CaptureTest()
 {
     settings["WebToolExtraLoadingTime"] = int64_t(0);
-    for (const char* name : {"output", "temporary", "home", "config", "runtime"})
+    for (const char* name : {"output", "temporary", "home", "config", "runtime", "open"})
         folder.makeFolder(name);
+    // Started by the superuser, the engine runs as another user, who must be able to go to its own folder.
+    using std::filesystem::perms;
+    for (const std::string& passed : {folder.path().string(), temporaryFolder()})
+        std::filesystem::permissions(passed, perms::owner_all | perms::group_exec | perms::others_exec);
+    std::filesystem::permissions(openFolder(), perms::all);
 }
 
 CaptureTest::~CaptureTest()

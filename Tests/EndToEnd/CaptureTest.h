@@ -52,6 +52,8 @@ protected:
     [[nodiscard]] std::string outputFolder() const { return folder.pathOf("output"); }
     [[nodiscard]] std::string outputPath() const { return folder.pathOf("output/page.webarchive"); }
     [[nodiscard]] std::string temporaryFolder() const { return folder.pathOf("temporary"); }
+    // Where stand-ins for the engine may write, whoever they run as.
+    [[nodiscard]] std::string openFolder() const { return folder.pathOf("open"); }
 
     // twwebtool <address> <output path> 1 [mode], to its end, with the checks above.
     Captured capture(const std::string& address, const std::string& mode = {});

@@ -57,7 +57,7 @@ TEST_F(CommandLine, AnswersAnAddressThatIsNoUTF8)
 
 TEST_F(CommandLine, ChecksItsArgumentsBeforeItStartsAnEngine)
 {
-    const std::string mark = folder.pathOf("started");
+    const std::string mark = openFolder() + "/started";
     writeEngine("touch '" + mark + "'\n");
     (void)captureWithArguments({"example.org", outputPath(), "1"});
     (void)captureWithArguments({});

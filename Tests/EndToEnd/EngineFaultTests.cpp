@@ -195,7 +195,7 @@ TEST_F(EngineFault, EndsTheCaptureWhenTheEngineHangsWhileItLoads)
 TEST_F(EngineFault, IsNoneWhenTheEngineIsWrappedAndTalkative)
 {
     // A full pipe would stop an engine whose output nobody reads.
-    const std::string mark = folder.pathOf("mark");
+    const std::string mark = openFolder() + "/mark";
     writeEngine(
         "touch '" + mark + "'\nhead -c 3000000 /dev/zero\nhead -c 3000000 /dev/zero >&2\nexec chromium-headless-shell \"$@\"\n");
     expectArchive(capture(url("/page.html")));
@@ -213,7 +213,7 @@ TEST_F(EngineFault, IsNoneWhenTheEngineIsOneOfTheOtherCommands)
 
 TEST_F(EngineFault, IsNoneWhenTheEngineCrashesOnceWhileItStarts)
 {
-    const std::string starts = folder.pathOf("starts");
+    const std::string starts = openFolder() + "/starts";
     settings["WebToolEnginePath"] = folder.writeProgram("crashing",
         "#!/bin/sh\necho start >>'" + starts + "'\n[ $(wc -l <'" + starts
             + "') = 1 ] && kill -SEGV $$\nexec chromium-headless-shell \"$@\"\n");
@@ -270,19 +270,67 @@ TEST_F(EngineProcess, KeepsItsFilesInAPrivateFolder)
     expectArchive(finish(*process));
 }
 
-TEST_F(EngineProcess, KeepsItsSandboxUnlessTheToolRunsAsRoot)
+// A field of a process's status, such as "Uid"; empty when it has ended.
+std::string statusField(pid_t process, const std::string& name)
+{
+    std::ifstream stream("/proc/" + std::to_string(process) + "/status");
+    for (std::string line; std::getline(stream, line);) {
+        if (line.starts_with(name + ":\t"))
+            return line.substr(name.size() + 2);
+    }
+    return {};
+}
+
+TEST_F(EngineProcess, KeepsItsSandboxAndHasNoRights)
 {
     settings["LogWebTool"] = true;
     const auto process = startHangingLoad();
     const std::vector<pid_t> engines = engineProcesses(process->processIdentifier());
     ASSERT_FALSE(engines.empty());   // the command and, where that is a script, the engine under it
     const bool withoutSandbox = commandLineOf(engines[0]).find("--no-sandbox") != std::string::npos;
+    const std::vector<pid_t> renderers = descendantsWith(process->processIdentifier(), "--type=renderer");
+    ASSERT_FALSE(renderers.empty());
+    for (const pid_t each : withoutSandbox ? std::vector<pid_t>() : renderers) {
+        EXPECT_EQ(statusField(each, "Seccomp"), "2") << commandLineOf(each);
+        EXPECT_EQ(statusField(each, "CapEff"), "0000000000000000") << commandLineOf(each);
+        EXPECT_FALSE(statusField(each, "Uid").starts_with("0\t")) << commandLineOf(each);
+    }
     server.release("/never.png");
     const Captured captured = finish(*process);
     expectArchive(captured);
-    // An ordinary user's may have to go without it too, where the system offers none; it is said once either way.
-    EXPECT_TRUE(withoutSandbox || geteuid() != 0);
-    EXPECT_EQ(captured.logCount("sandbox"), withoutSandbox ? 1U : 0U) << captured.process.error;
+    // Where the system offers none, that is said once.
+    EXPECT_EQ(captured.logCount("runs without its sandbox"), withoutSandbox ? 1U : 0U) << captured.process.error;
+    // Users can be asked to make user namespaces here exactly when the engine has its sandbox.
+    const bool isPossible = geteuid() != 0
+        || run({{"/usr/bin/setpriv", "--reuid=nobody", "--regid=nogroup", "--clear-groups", "/usr/bin/unshare", "-U",
+                    "/bin/true"},
+                   {}, "/"})
+                .exitStatus
+            == 0;
+    EXPECT_EQ(withoutSandbox, !isPossible);
+}
+
+TEST_F(EngineProcess, OfTheSuperuserReadsLocalFilesThatOnlyTheSuperuserMayRead)
+{
+    const std::string path = folder.write("private/page.html", "<!DOCTYPE html><title>private</title><p>text");
+    ASSERT_EQ(chmod(folder.pathOf("private").c_str(), 0700), 0);
+    settings["LogWebTool"] = true;
+    const Captured captured = capture("file://" + path);
+    expectArchive(captured);
+    EXPECT_EQ(captured.record.title, "private");
+    EXPECT_EQ(captured.logCount("because it is started by the superuser to read local files"), geteuid() == 0 ? 1U : 0U);
+}
+
+TEST_F(EngineProcess, RunsAsTheSuperuserWhereOthersCannotStartIt)
+{
+    settings["LogWebTool"] = true;
+    (void)folder.writeProgram("closed/engine", "#!/bin/sh\nexec chromium-headless-shell \"$@\"\n");
+    ASSERT_EQ(chmod(folder.pathOf("closed").c_str(), 0700), 0);
+    settings["WebToolEnginePath"] = folder.pathOf("closed/engine");
+    const Captured captured = capture(url("/page.html"));
+    expectArchive(captured);
+    EXPECT_EQ(captured.logCount("and the engine's command is closed to other users"), geteuid() == 0 ? 1U : 0U)
+        << captured.process.error;
 }
 
 }

@@ -13,6 +13,8 @@ struct PageEngineOptions {
     // The engine reaches no server and asks for no name, whatever a page tries. Requests that are offered can be fulfilled all the
     // same (see PageEngine::setRequestsOffered).
     bool withoutNetwork = false;
+    // The page is, or may use, files that perhaps only this process's user can read.
+    bool readsLocalFiles = false;
     // Told once what a person may want to know: for now, that the engine runs without its sandbox, and why. May be empty.
     std::function<void(const NSString&)> report;
 };

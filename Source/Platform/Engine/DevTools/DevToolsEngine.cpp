@@ -1,6 +1,7 @@
 #include "Platform/Engine/DevTools/DevToolsEngine.h"
 
 #include "Platform/Engine/DevTools/EngineFlags.h"
+#include "Platform/Engine/DevTools/EngineIsolation.h"
 #include "Platform/Engine/DevTools/NetworkErrors.h"
 #include "Platform/Engine/EngineLocation.h"
 #include "Platform/Engine/PageEngineErrors.h"
@@ -128,8 +129,14 @@ void DevToolsEngine::start()
     process.executable = engineExecutable(_options.enginePath, &_failure);
     if (process.executable.empty())
         return;
-    const NSString noSandbox = reasonForNoSandbox();
-    if (noSandbox && !_wasStartedAgain)
+    const NSString saidBefore = _isolation.reasonForNoSandbox;
+    if (_wasStartedAgain && _isolation.user)
+        _isolation = {u"it does not start as an unprivileged user", {}};
+    else
+        _isolation = engineIsolation(process.executable, EngineProcess::temporaryFolder(), _options.readsLocalFiles);
+    process.user = _isolation.user;
+    const NSString noSandbox = _isolation.reasonForNoSandbox;
+    if (noSandbox && noSandbox != saidBefore)
         report(NSString::stringWithFormat(u"The page engine runs without its sandbox, because %@.", noSandbox));
     process.flags = engineFlags(_options.viewSize, !noSandbox.isAbsent(), _options.withoutNetwork);
     NSError error;

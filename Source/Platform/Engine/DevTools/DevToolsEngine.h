@@ -78,6 +78,7 @@ private:
     void fail(const NSError& error);
 
     PageEngineOptions _options;
+    EngineIsolation _isolation;
     std::unique_ptr<EngineProcess> _process;
     std::unique_ptr<Connection> _connection;
     EngineLink _link;

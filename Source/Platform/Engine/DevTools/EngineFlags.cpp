@@ -2,32 +2,6 @@
 
 #include "Platform/Foundation/NSURLCache.h"
 
-#include <sched.h>
-#include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
-namespace {
-
-// Whether this user may make a user namespace, which the engine's sandbox stands on. The only sure way to know is to make one.
-bool canMakeUserNamespace()
-{
-    const pid_t child = fork();
-    if (child == 0)
-        _exit(unshare(CLONE_NEWUSER) == 0 ? 0 : 1);
-    int status = 1;
-    return child > 0 && waitpid(child, &status, 0) == child && status == 0;
-}
-
-// The engine's set-uid helper does the same where user namespaces are closed to users.
-bool hasSandboxHelper()
-{
-    struct stat status;
-    return stat("/usr/lib/chromium/chrome-sandbox", &status) == 0 && status.st_uid == 0 && (status.st_mode & S_ISUID);
-}
-
-}
-
 std::vector<std::string> engineFlags(NSSize viewSize, bool withoutSandbox, bool withoutNetwork)
 {
     std::vector<std::string> flags = {
@@ -85,13 +59,4 @@ std::vector<std::string> engineFlags(NSSize viewSize, bool withoutSandbox, bool 
     // Started with a page, the engine has one ready when it answers for the first time.
     flags.emplace_back("about:blank");
     return flags;
-}
-
-NSString reasonForNoSandbox()
-{
-    if (geteuid() == 0)
-        return u"it is started by the superuser";
-    if (!canMakeUserNamespace() && !hasSandboxHelper())
-        return u"this system lets users make no user namespaces";
-    return {};
 }

@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <fcntl.h>
 #include <filesystem>
+#include <grp.h>
 #include <poll.h>
 #include <sys/prctl.h>
 #include <sys/signalfd.h>
@@ -120,7 +121,11 @@ void EngineGuard::run()
 void EngineGuard::becomeEngine()
 {
     setpgid(0, 0);
-    // Should the guard itself be killed, the engine must not stay.
+    if (user
+        && (setgroups(0, nullptr) != 0 || setresgid(user->group, user->group, user->group) != 0
+            || setresuid(user->user, user->user, user->user) != 0))
+        _exit(127);
+    // After the change of user, which would take it back. Should the guard itself be killed, the engine must not stay.
     prctl(PR_SET_PDEATHSIG, SIGKILL);
     dup2(commandsToEngine, 3);
     dup2(messagesFromEngine, 4);

@@ -1,6 +1,9 @@
 #pragma once
 
+#include "Platform/Engine/DevTools/EngineIsolation.h"
+
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -10,6 +13,7 @@ struct EngineGuard {
     std::function<bool(EngineGuard&)> prepare;
     std::vector<std::string> arguments;     // the engine command with its arguments
     std::vector<std::string> environment;   // NAME=value, all that the engine gets
+    std::optional<EngineUser> user;         // whom the engine runs as; absent: this process's own user
     std::string folder;                     // removed with everything in it when the engine has ended
     int commandsToEngine = -1;              // becomes the engine's descriptor 3
     int messagesFromEngine = -1;            // becomes the engine's descriptor 4

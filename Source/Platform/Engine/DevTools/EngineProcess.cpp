@@ -38,16 +38,10 @@ void makeNonBlocking(const FileDescriptor& descriptor)
     fcntl(descriptor.get(), F_SETFL, fcntl(descriptor.get(), F_GETFL) | O_NONBLOCK);
 }
 
-std::string temporaryFolder()
-{
-    const char* folder = std::getenv("TMPDIR");
-    return folder && *folder == '/' ? folder : "/tmp";
-}
-
 // A folder only this user can enter, under a name that cannot be guessed.
 std::string makePrivateFolder()
 {
-    std::string pattern = temporaryFolder() + "/twwebtool-XXXXXX";
+    std::string pattern = EngineProcess::temporaryFolder() + "/twwebtool-XXXXXX";
     return mkdtemp(pattern.data()) ? pattern : std::string();
 }
 
@@ -66,6 +60,18 @@ std::string makeHome(const std::string& folder)
         }
     }
     return home;
+}
+
+// Makes `user` the owner of the folder and of all that is in it.
+bool giveAway(const std::string& folder, const EngineUser& user)
+{
+    std::error_code failure;
+    for (std::filesystem::recursive_directory_iterator entry(folder, failure), end; !failure && entry != end;
+         entry.increment(failure)) {
+        if (lchown(entry->path().c_str(), user.user, user.group) != 0)
+            return false;
+    }
+    return !failure && lchown(folder.c_str(), user.user, user.group) == 0;
 }
 
 // What of this process's environment the engine needs: where programs and fonts are, language and time zone, and the
@@ -89,6 +95,12 @@ std::vector<std::string> engineEnvironment(const std::string& home)
     return environment;
 }
 
+}
+
+std::string EngineProcess::temporaryFolder()
+{
+    const char* folder = std::getenv("TMPDIR");
+    return folder && *folder == '/' ? folder : "/tmp";
 }
 
 std::unique_ptr<EngineProcess> EngineProcess::start(const Options& options, NSError* error)
@@ -127,7 +139,8 @@ std::unique_ptr<EngineProcess> EngineProcess::start(const Options& options, NSEr
         self.arguments = {options.executable, "--user-data-dir=" + self.folder, "--remote-debugging-pipe"};
         self.arguments.insert(self.arguments.end(), options.flags.begin(), options.flags.end());
         self.environment = engineEnvironment(makeHome(self.folder));
-        return !self.folder.empty();
+        self.user = options.user;
+        return !self.folder.empty() && (!options.user || giveAway(self.folder, *options.user));
     };
     guard.commandsToEngine = commands.readEnd.get();
     guard.messagesFromEngine = messages.writeEnd.get();

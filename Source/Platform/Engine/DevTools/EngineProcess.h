@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Platform/Engine/DevTools/EngineIsolation.h"
 #include "Platform/Foundation/FileDescriptor.h"
 #include "Platform/Foundation/NSError.h"
 
@@ -20,8 +21,11 @@ public:
         std::string executable;   // path of the engine command
         std::vector<std::string>
             flags;   // command-line arguments beside those that this class adds (profile folder, protocol pipe)
+        std::optional<EngineUser> user = {};   // whom the processes and the folder belong to; absent: this process's user
     };
 
+    // Where private folders are made: the environment variable TMPDIR, else "/tmp".
+    [[nodiscard]] static std::string temporaryFolder();
     // Starts the engine and returns at once; whether it lives is learnt from its pipe. Absent result with `*error` set when no folder,
     // pipe or process can be made.
     [[nodiscard]] static std::unique_ptr<EngineProcess> start(const Options& options, NSError* error);
