@@ -105,11 +105,12 @@ void ArchiveLoader::failIfFatalError()
 
 NSError ArchiveLoader::errorToRemember(const NSError& error)
 {
-    if (error.domain() != EngineErrorDomain)
+    const NSError underlying = error.userInfo()[NSUnderlyingErrorKey].error();
+    if (error.domain() != EngineErrorDomain && underlying.domain() != EngineErrorDomain)
         return error;
     // Nothing more can come from an engine that is not there: the grace period has no purpose.
     extendFinishDate(0);
-    return NSError(WebToolErrorDomain, WebToolErrorEngine, error.userInfo());
+    return error.domain() == EngineErrorDomain ? NSError(WebToolErrorDomain, WebToolErrorEngine, error.userInfo()) : error;
 }
 
 void ArchiveLoader::postProgress(double fraction)

@@ -182,6 +182,54 @@ TEST_F(EngineFault, EndsTheCaptureWhenTheEngineIsKilledWhileItLoads)
     expectEndOf(*process, "NSURLErrorDomain");
 }
 
+TEST_F(EngineFault, EndsTheCaptureWhenThePagesProcessIsKilledWhileItLoads)
+{
+    const auto process = startHangingLoad();
+    const std::vector<pid_t> renderers = descendantsWith(process->processIdentifier(), "--type=renderer");
+    ASSERT_FALSE(renderers.empty());
+    for (const pid_t renderer : renderers)
+        kill(renderer, SIGKILL);
+    expectEndOf(*process, "NSURLErrorDomain");
+}
+
+TEST_F(EngineFault, EndsTheCaptureWhenThePagesProcessIsKilledInTheGracePeriod)
+{
+    settings["WebToolExtraLoadingTime"] = int64_t(30);
+    settings["LogWebTool"] = true;
+    server.on("/half.html", html("<!DOCTYPE html><title>whole</title><p>text"));
+    const auto process = start(url("/half.html"));
+    ASSERT_TRUE(process->waitForError("Extra wait in loop for WebView to finish loading: ", 20s));
+    for (const pid_t renderer : descendantsWith(process->processIdentifier(), "--type=renderer"))
+        kill(renderer, SIGKILL);
+    expectEndOf(*process, "NSURLErrorDomain");
+}
+
+// Takes more memory than a page's process is given here.
+const std::string glutton = "<script>const taken = []; for (;;) taken.push(new Array(1e5).fill(taken.length + 0.5))</script>";
+
+TEST_F(EngineFault, EndsTheCaptureOfAPageThatTakesTooMuchMemory)
+{
+    writeEngine("exec chromium-headless-shell --js-flags=--max-old-space-size=30 \"$@\"\n");
+    server.on("/half.html", html("<!DOCTYPE html><title>too much</title>" + glutton));
+    const auto process = start(url("/half.html"));
+    ASSERT_TRUE(server.waitForRequests("/half.html"));
+    expectEndOf(*process, "NSURLErrorDomain");
+}
+
+TEST_F(EngineFault, IsNoneForThePageWhenTheProcessOfAFrameEnds)
+{
+    // Another site's frame has a process of its own.
+    writeEngine("exec chromium-headless-shell --site-per-process --js-flags=--max-old-space-size=30 \"$@\"\n");
+    server.on("/glutton.html", html("<title>f</title>" + glutton));
+    server.on("/page.html",
+        html("<!DOCTYPE html><title>t</title><p>text<iframe src='" + server.url("/glutton.html", "localhost") + "'></iframe>"));
+    const Captured captured = capture(url("/page.html"));
+    expectArchive(captured);
+    EXPECT_EQ(captured.record.title, "t");
+    EXPECT_NE(captured.page().find("<p>text"), std::string::npos);
+    EXPECT_LT(captured.seconds(), 2 * patience + slack);
+}
+
 TEST_F(EngineFault, EndsTheCaptureWhenTheEngineHangsWhileItLoads)
 {
     const auto process = startHangingLoad();

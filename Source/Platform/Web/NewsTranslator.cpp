@@ -591,6 +591,9 @@ void NewsTranslator::engineFailed(const NSError& error)
     if (!main.provisional && _page.requestedLoad())
         start(main, {}, _page.requestedLoad(), deliveries);
     _page.forgetRequestedLoad();
+    // A page that has finished is lost as well: nothing can be read from it any more.
+    if (!main.provisional && main.committed && main.committed->state == DocumentLoad::State::Finished)
+        main.committed->state = DocumentLoad::State::Committed;
     // The main frame, the first one, comes last: with it the load is over.
     const std::vector<FrameID> frames = _page.frames().allFrames();
     for (auto frame = frames.rbegin(); frame != frames.rend(); ++frame) {

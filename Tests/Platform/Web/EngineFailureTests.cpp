@@ -36,14 +36,36 @@ TEST_F(EngineFailure, FailsARequestThatHasNotStarted)
     EXPECT_EQ(recorder.lines.size(), 2U);
 }
 
-TEST_F(EngineFailure, WithNothingLoadingIsSilentUntilSomebodyAsks)
+TEST_F(EngineFailure, WithoutAPageIsSilent)
 {
-    engine->showPage("main", u"http://h/", u"<p>");
+    engine->failEngine(failure);
+    EXPECT_TRUE(recorder.lines.empty());
+}
+
+// Nothing can be read from the page any more, so whoever still waits for it has to know.
+TEST_F(EngineFailure, FailsAFinishedPageOnce)
+{
+    keepProgress();
+    engine->showPage("main", u"http://h/", u"<iframe>");
+    engine->attachFrame("f");
+    engine->showPage("f", u"http://h/f", u"<p>");
+    recorder.take();
+    engine->failEngine(failure);
+    EXPECT_EQ(recorder.lines, (Lines{"fail main -1"}));
+    EXPECT_EQ(recorder.lastError.localizedFailureReason(), NSString(u"The engine ended with signal 11."));
+    engine->failEngine(failure);
+    EXPECT_EQ(recorder.lines.size(), 1U);
+    EXPECT_TRUE(mainFrame()->dataSource());
+    EXPECT_THROW((void)mainFrame()->dataSource().subresources(), NSException);
+}
+
+TEST_F(EngineFailure, DoesNotFailAPageThatFailedBefore)
+{
+    engine->openPage("main", u"http://h/", u"<p>");
+    engine->client()->documentFailed("main", NSError(NSURLErrorDomain, NSURLErrorTimedOut));
     recorder.take();
     engine->failEngine(failure);
     EXPECT_TRUE(recorder.lines.empty());
-    EXPECT_TRUE(mainFrame()->dataSource());
-    EXPECT_THROW((void)mainFrame()->dataSource().subresources(), NSException);
 }
 
 TEST_F(EngineFailure, InTheMiddleOfACallbackIsToldToo)

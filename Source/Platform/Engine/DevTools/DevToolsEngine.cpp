@@ -37,6 +37,13 @@ bool isIgnored(std::string_view method)
     return std::find(ignored.begin(), ignored.end(), method) != ignored.end();
 }
 
+// What loads fail with when the engine, or its part that shows the page, is gone.
+NSError engineEnded(const NSString& reason)
+{
+    return NSError(NSURLErrorDomain, NSURLErrorUnknown,
+        {{NSLocalizedFailureReasonErrorKey, reason}, {NSUnderlyingErrorKey, engineError(EngineErrorEnded, reason)}});
+}
+
 bool isLoadableScheme(const NSString& scheme)
 {
     static const std::array<NSString, 6> schemes = {u"http", u"https", u"file", u"about", u"data", u"blob"};
@@ -188,11 +195,9 @@ void DevToolsEngine::handle(const Message& event)
     } else if (method == "Target.detachedFromTarget") {
         detached(content);
     } else if (method == "Target.targetCrashed") {
-        if (content.text("targetId") == _link.mainFrameTarget)
-            fail(loadError(NSURLErrorDomain, NSURLErrorUnknown, {}, u"The process that showed the page ended unexpectedly."));
+        targetCrashed(_link.frameFromEngine(content.text("targetId")));
     } else if (method == "Inspector.targetCrashed") {
-        if (event.session() == _link.pageSession)
-            fail(loadError(NSURLErrorDomain, NSURLErrorUnknown, {}, u"The process that showed the page ended unexpectedly."));
+        targetCrashed(_frames.frameOfSession(event.session()));
     } else if (method == "Target.targetInfoChanged") {
         const JSONView target = content.object("targetInfo");
         const NSString news = target.string("title");
@@ -288,12 +293,24 @@ void DevToolsEngine::setRequestsOffered(bool offered)
         _link.send(session, "Network.setCacheDisabled", memoryParameters(offered));
 }
 
+// A page is lost with its process. Without the process of one of its frames it only lacks that frame.
+void DevToolsEngine::targetCrashed(const FrameID& frame)
+{
+    if (frame == EngineLink::mainFrameID) {
+        fail(engineEnded(u"The process that showed the page ended unexpectedly."));
+    } else if (_frames.find(frame)) {
+        _resources.loseSession(_frames.sessionOf(frame));
+        _frames.loseFrame(
+            frame, loadError(NSURLErrorDomain, NSURLErrorUnknown, {}, u"The process that showed the frame ended unexpectedly."));
+    }
+}
+
 void DevToolsEngine::detached(const JSONView& content)
 {
     const std::string session(content.text("sessionId"));
     _sessions.erase(session);
     if (session == _link.pageSession)
-        fail(loadError(NSURLErrorDomain, NSURLErrorUnknown, {}, u"The engine closed the page."));
+        fail(engineEnded(u"The engine closed the page."));
 }
 
 void DevToolsEngine::load(const NSURLRequest& request, const Settings& settings)
@@ -524,7 +541,7 @@ void DevToolsEngine::connectionClosed(const NSString& reason)
         return;
     }
     if (_hasAnswered) {
-        fail(loadError(NSURLErrorDomain, NSURLErrorUnknown, {}, words));
+        fail(engineEnded(words));
     } else {
         fail(engineError(EngineErrorDoesNotStart, NSString::stringWithFormat(u"The page engine could not be started. %@", words),
             u"Check that the engine's command can be run by hand, or install the package chromium-headless-shell."));

@@ -58,6 +58,7 @@ private:
     void handle(const Message& event);
     void attached(const JSONView& content);
     void detached(const JSONView& content);
+    void targetCrashed(const FrameID& frame);
     void prepare(const std::string& session, bool isPage);
     [[nodiscard]] std::string mediaParameters() const;
     void navigate(const PendingLoad& load);

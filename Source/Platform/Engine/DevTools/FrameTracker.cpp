@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <functional>
+#include <iterator>
 
 namespace {
 
@@ -90,6 +91,14 @@ const std::string& FrameTracker::sessionOf(const FrameID& frame) const
 {
     const auto found = _frames.find(frame);
     return found == _frames.end() || found->second.session.empty() ? _link.pageSession : found->second.session;
+}
+
+FrameID FrameTracker::frameOfSession(const std::string& session) const
+{
+    const std::vector<FrameID> frames = inTreeOrder();
+    const auto found =
+        std::find_if(frames.begin(), frames.end(), [&](const FrameID& frame) { return sessionOf(frame) == session; });
+    return found == frames.end() ? FrameID() : *found;
 }
 
 FrameID FrameTracker::frameShowing(const DocumentID& document) const
@@ -180,6 +189,15 @@ void FrameTracker::failFrame(const FrameID& frame, const NSError& error)
         _link.client->documentFailed(frame, error);
 }
 
+void FrameTracker::loseFrame(const FrameID& frame, const NSError& error)
+{
+    for (const FrameID& child : childrenOf(frame))
+        remove(child);
+    failFrame(frame, error);
+    if (Frame* known = find(frame))
+        known->document.clear();
+}
+
 void FrameTracker::failAll(const NSError& error, bool sameForAll)
 {
     // Children first, so that the main frame's failure finds nothing below it loading.
@@ -231,16 +249,19 @@ void FrameTracker::detached(const FrameID& frame, std::string_view reason)
         remove(frame);
 }
 
+std::vector<FrameID> FrameTracker::childrenOf(const FrameID& frame) const
+{
+    std::vector<FrameID> children;
+    std::copy_if(_order.begin(), _order.end(), std::back_inserter(children),
+        [&](const FrameID& candidate) { return _frames.at(candidate).parent == frame; });
+    return children;
+}
+
 void FrameTracker::remove(const FrameID& frame)
 {
     if (frame == EngineLink::mainFrameID || !find(frame))
         return;
-    std::vector<FrameID> children;
-    for (const FrameID& candidate : _order) {
-        if (_frames.at(candidate).parent == frame)
-            children.push_back(candidate);
-    }
-    for (const FrameID& child : children)
+    for (const FrameID& child : childrenOf(frame))
         remove(child);
     // A frame that goes while it loads ends its load.
     if (const Frame* known = find(frame))

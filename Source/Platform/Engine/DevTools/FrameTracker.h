@@ -45,6 +45,8 @@ public:
     // All frames, parents before children, children in the order in which they were attached.
     [[nodiscard]] std::vector<FrameID> inTreeOrder() const;
     [[nodiscard]] const std::string& sessionOf(const FrameID& frame) const;
+    // The topmost frame of the target; empty when it has none.
+    [[nodiscard]] FrameID frameOfSession(const std::string& session) const;
     // The frame whose provisional or committed document has this name; empty when none has.
     [[nodiscard]] FrameID frameShowing(const DocumentID& document) const;
 
@@ -61,6 +63,8 @@ public:
     void dropNavigation(const FrameID& frame, const DocumentID& document);
     // Fails everything that is loading in the frame.
     void failFrame(const FrameID& frame, const NSError& error);
+    // The process that showed the frame and all below it is gone: what loads there fails, and nothing is shown there any more.
+    void loseFrame(const FrameID& frame, const NSError& error);
     // Fails everything that is loading; the main frame with `error`, all others with NSURLErrorCancelled unless `sameForAll`.
     void failAll(const NSError& error, bool sameForAll);
     [[nodiscard]] bool isAnythingLoading() const;
@@ -76,6 +80,7 @@ private:
     void startedNavigating(const JSONView& content);
     void navigated(const JSONView& content, const std::string& session);
     void stoppedLoading(const FrameID& frame);
+    [[nodiscard]] std::vector<FrameID> childrenOf(const FrameID& frame) const;
     void remove(const FrameID& frame);
     Frame& frameNamed(const FrameID& frame);
 

@@ -168,6 +168,14 @@ std::string ResourceTracker::sourceOf(const std::string& networkID) const
     return source == _sources.end() ? networkID : source->second;
 }
 
+void ResourceTracker::loseSession(const std::string& session)
+{
+    for (auto& [networkID, resource] : _resources) {
+        if (resource.session == session)
+            resource.bodyState = Body::Here;
+    }
+}
+
 void ResourceTracker::askForBodies()
 {
     for (const std::string& networkID : std::exchange(_unasked, {})) {

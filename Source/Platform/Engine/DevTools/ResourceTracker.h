@@ -33,6 +33,8 @@ public:
 
     // See PageEngine::body.
     [[nodiscard]] NSData body(const ResourceID& resource, std::chrono::steady_clock::time_point deadline);
+    // The target of the session is gone, and the bytes of its loads with it.
+    void loseSession(const std::string& session);
     // Starts to fetch all bytes that are to be had.
     void askForBodies();
 
