@@ -2,6 +2,7 @@
 
 #include "Platform/Foundation/BinaryPropertyListWriter.h"
 #include "Platform/Foundation/PropertyListGuards.h"
+#include "Platform/Foundation/XMLPropertyListReader.h"
 #include "Platform/Foundation/XMLPropertyListWriter.h"
 
 #include <plist/plist.h>
@@ -175,19 +176,17 @@ Value valueOfNode(plist_t node)
     }
 }
 
-Node parse(std::span<const std::byte> bytes, NSPropertyListFormat format)
+Value parse(std::span<const std::byte> bytes, NSPropertyListFormat format)
 {
     constexpr int deepest = NSPropertyListSerialization::deepestNesting;
-    plist_t node = nullptr;
     const auto* const text = reinterpret_cast<const char*>(bytes.data());
-    if (bytes.size() <= std::numeric_limits<uint32_t>::max()) {
-        const auto length = static_cast<uint32_t>(bytes.size());
-        if (format == NSPropertyListBinaryFormat_v1_0 && isBoundedBinaryPropertyList(bytes, deepest))
-            plist_from_bin(text, length, &node);
-        else if (format == NSPropertyListXMLFormat_v1_0 && isStrictXMLPropertyList({text, length}, deepest))
-            plist_from_xml(text, length, &node);
-    }
-    return Node(node, plist_free);
+    if (format == NSPropertyListXMLFormat_v1_0)
+        return valueOfXMLPropertyList({text, bytes.size()}, deepest);
+    plist_t node = nullptr;
+    if (bytes.size() <= std::numeric_limits<uint32_t>::max() && isBoundedBinaryPropertyList(bytes, deepest))
+        plist_from_bin(text, static_cast<uint32_t>(bytes.size()), &node);
+    const Node owned(node, plist_free);
+    return node ? valueOfNode(node) : Value();
 }
 
 }
@@ -232,10 +231,7 @@ Value NSPropertyListSerialization::propertyListWithData(const NSData& data, NSPr
         data.characters().starts_with("bplist") ? NSPropertyListBinaryFormat_v1_0 : NSPropertyListXMLFormat_v1_0;
     if (data.characters().starts_with(byteOrderMark))
         bytes = bytes.subspan(byteOrderMark.size());
-    Value value;
-    if (const Node node = parse(bytes, found))
-        value = valueOfNode(node.get());
-    if (value) {
+    if (Value value = parse(bytes, found)) {
         if (format)
             *format = found;
         return value;

@@ -329,7 +329,10 @@ TEST(PropertyListReading, RefusesWhatIsNoPropertyList)
         "<plist><true>x</true></plist>", "<plist>text<true/></plist>", "<plist><array>text</array></plist>",
         "<plist><true/></plist><plist><true/></plist>", "<plist><string>&unknown;</string></plist>",
         "<plist><string>&#0;</string></plist>", "<plist><string>\xff</string></plist>", "<plist><plist><true/></plist></plist>",
-        "<plist><string><true/></string></plist>", "<plist><true/></plist>garbage"};
+        "<plist><string><true/></string></plist>", "<plist><true/></plist>garbage",
+        "<plist><date>2001-13-01T00:00:00Z</date></plist>", "<plist><date>2001-02-29T00:00:00Z</date></plist>",
+        "<plist><date>2001-01-01T24:00:00Z</date></plist>", "<plist><date>2001-01-01T00:00:00</date></plist>",
+        "<plist><dict><key>a<true/></key><true/></dict></plist>"};
     for (const std::string& text : texts) {
         NSError error;
         EXPECT_TRUE(read(text, &error).isAbsent()) << text;
@@ -356,6 +359,12 @@ TEST(PropertyListReading, TakesEveryFormOfXML)
         {"<array/>", NSArray(std::vector<Value>())},
         {"<string/>", NSString(u"")},
         {"<date>2090-01-01T00:00:00Z</date>", NSDate::dateWithTimeIntervalSinceReferenceDate(2808604800)},
+        {"<date> 2000-12-31T23:59:59Z\n</date>", NSDate::dateWithTimeIntervalSinceReferenceDate(-1)},
+        {"<date>1-01-01T00:00:00Z</date>", NSDate::dateWithTimeIntervalSinceReferenceDate(-63113904000)},
+        {"<string> a<!-- c -->\n b </string>", NSString(u" a\n b ")},
+        {"<dict><key></key><integer>1</integer><key> k </key><true/><key> k </key><false/></dict>",
+            NSDictionary{{u"", 1}, {u" k ", false}}},
+        {"<data/>", NSData::dataWithBytes("")},
     };
     for (const auto& row : rows) {
         EXPECT_EQ(read(inPlist(row.body)), row.expected) << row.body;
