@@ -313,6 +313,40 @@ TEST_F(Downloads, KeepTheCookiesOfTheAnswerThatWasTurnedAway)
     EXPECT_EQ(nameOfDownload(url("/file.bin")), "file.bin");
 }
 
+TEST_F(Downloads, GoThroughTheProxyOfTheEnvironment)
+{
+    environment["http_proxy"] = url("");
+    server.on("http://files.example/file.bin", file());
+    EXPECT_EQ(nameOfDownload("http://files.example/file.bin"), "file.bin");
+    ASSERT_EQ(server.requests("http://files.example/file.bin").size(), 2U);
+    for (const Request& request : server.requests())
+        EXPECT_EQ(request.header("Host"), "files.example");
+    // This one is asked without it, and there is no such host.
+    environment["no_proxy"] = "files.example";
+    const Captured captured = capture("http://files.example/file.bin");
+    EXPECT_FALSE(captured.record.hasSucceeded());
+    EXPECT_EQ(server.requests().size(), 2U);
+    environment.erase("no_proxy");
+    environment["http_proxy"] = "http://127.0.0.1:" + std::to_string(unusedPort());
+    EXPECT_FALSE(capture("http://files.example/file.bin").record.hasSucceeded());
+    EXPECT_EQ(namesIn(outputFolder()), std::vector<std::string>{"file.bin"});
+}
+
+TEST_F(Downloads, TrustNoCertificateThatNobodyTrusts)
+{
+    // The view is made to, so that the download is asked for.
+    TestServer secure(folder.write("certificate.pem", selfSignedCertificate()));
+    secure.on("/file.bin", file());
+    writeEngine("exec chromium-headless-shell --ignore-certificate-errors \"$@\"\n");
+    const Captured captured = expectFailure(secure.url("/file.bin"), urlDomain, -1203);
+    EXPECT_EQ(captured.record.url, secure.url("/file.bin"));
+    EXPECT_EQ(secure.requests("/file.bin").size(), 1U);
+    // Nor where a redirect leads there.
+    server.on("/start", redirect(secure.url("/file.bin")));
+    (void)expectFailure(url("/start"), urlDomain, -1203);
+    EXPECT_EQ(secure.requests("/file.bin").size(), 2U);
+}
+
 TEST_F(Downloads, AreAnswersOfEveryStatus)
 {
     for (const int code : {404, 500, 206}) {

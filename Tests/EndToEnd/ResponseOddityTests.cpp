@@ -194,6 +194,22 @@ TEST_F(OddResponses, WhoseChunksStopComingAreTimeOuts)
     EXPECT_LT(captured.seconds(), 15);
 }
 
+TEST_F(OddResponses, WhoseChunksNeverEndLastUntilTheTimeLimit)
+{
+    settings["WebToolTimeout"] = int64_t(1);
+    settings["WebToolMaxCaptureTime"] = int64_t(4);
+    server.onRaw("/page", [](Exchange& exchange) {
+        exchange.send("HTTP/1.1 200 OK\r\nContent-Type: text/html\r\nTransfer-Encoding: chunked\r\n\r\n");
+        // As fast as the engine takes it.
+        while (exchange.sendChunk(" ")) { }
+    });
+    const Captured captured = capture(url("/page"));
+    expectError(captured, urlDomain, -1001);
+    // Nobody was ever silent, so that nothing was tried again.
+    EXPECT_EQ(server.requests("/page").size(), 1U);
+    EXPECT_EQ(namesIn(outputFolder()), std::vector<std::string>());
+}
+
 TEST_F(OddResponses, WhoseChunksNeverEndDoNotHoldUpTheTitle)
 {
     // In this mode the wait is over as soon as the title has come, however long the page would go on.
