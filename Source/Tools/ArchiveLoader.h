@@ -5,6 +5,8 @@
 
 #include <memory>
 
+class WebDocumentView;
+
 // Captures one page: prepares its address, loads it in as many attempts as it takes, tells the host how far it has come, and saves it as a Web
 // archive, or downloads what is not a page. The saving operations end the run.
 class ArchiveLoader final : public Loader, public NSURLDownloadDelegate {
@@ -22,6 +24,11 @@ public:
 
     // Saves the page as a Web archive and ends the run. When there is no page to archive, the file is downloaded into the folder of `path` instead.
     void saveWebArchive(const NSString& path);
+    // Whether a PDF can be made of the page: it is no frameset, and nothing that was left to be downloaded (unless a setting allows that).
+    [[nodiscard]] bool canCreatePDF() const;
+    // Prints the page, on paper or on one page of its own size, into the folder of `path` under the name of `path` with the extension "pdf", and ends
+    // the run. Returns false, and only then returns, when there is no file after printing.
+    [[nodiscard]] bool savePDFToPath(const NSString& path, bool singlePage);
     // Whether the page is a frameset.
     [[nodiscard]] bool isShowingFrames() const;
 
@@ -68,6 +75,8 @@ private:
     [[nodiscard]] NSError errorToRemember(const NSError& error) override;
     [[nodiscard]] WebArchive webArchiveOrFinish(const NSString& path);
     void downloadInstead(const NSString& path);
+    void writeSinglePage(WebDocumentView* documentView, const NSString& path);
+    void printPages(WebDocumentView* documentView, const NSString& path);
     void waitUntilDownloadIsDone();
 
     NSURL _url;   // that is really loaded

@@ -36,7 +36,14 @@ void capture(const NSArray& arguments, const PageEngineMaker& makeEngine)
     endRequests.setAddressSource([&loader] { return loader.newURLString(); });
     loader.setJustTitle(wantsTitleOnly);
     loader.loadURL(url, uid);
-    loader.saveWebArchive(outputPath);
+    const bool wantsPDF = mode && !wantsTitleOnly;
+    if (wantsPDF && loader.canCreatePDF()) {
+        const bool singlePage = mode == NSString(u"pdfSinglePage") || loader.shouldUseSinglePageForURL(url);
+        // It returns only when there is no file, and then there is no answer either.
+        (void)loader.savePDFToPath(outputPath, singlePage);
+    } else {
+        loader.saveWebArchive(outputPath);
+    }
 }
 
 }

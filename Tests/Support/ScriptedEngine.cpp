@@ -487,6 +487,12 @@ NSSize ScriptedEngine::documentSize(std::chrono::steady_clock::time_point deadli
     return sizeOfDocument.value_or(_viewSize);
 }
 
+NSSize ScriptedEngine::showWhole(std::chrono::steady_clock::time_point deadline)
+{
+    ++_timesShownWhole;
+    return documentSize(deadline);
+}
+
 NSData ScriptedEngine::print(const PrintSettings& settings, std::chrono::steady_clock::time_point deadline)
 {
     _prints.push_back(settings);

@@ -71,6 +71,7 @@ public:
     [[nodiscard]] const std::vector<ResourceID>& bodyQuestions() const { return _bodyQuestions; }
     [[nodiscard]] const std::vector<PrintSettings>& prints() const { return _prints; }
     [[nodiscard]] NSSize viewSize() const { return _viewSize; }
+    [[nodiscard]] int timesShownWhole() const { return _timesShownWhole; }
     [[nodiscard]] NSString mediaType() const { return _mediaType; }
 
     // Says something in the next run of the run loop, or when it has run for so long.
@@ -167,6 +168,7 @@ public:
     void setViewSize(NSSize size) override { _viewSize = size; }
     void setMediaType(const NSString& mediaType) override { _mediaType = mediaType; }
     [[nodiscard]] NSSize documentSize(std::chrono::steady_clock::time_point deadline) override;
+    [[nodiscard]] NSSize showWhole(std::chrono::steady_clock::time_point deadline) override;
     [[nodiscard]] NSData print(const PrintSettings& settings, std::chrono::steady_clock::time_point deadline) override;
     [[nodiscard]] NSData picture(std::chrono::steady_clock::time_point deadline) override;
 
@@ -208,6 +210,7 @@ private:
     std::vector<ResourceID> _bodyQuestions;
     std::vector<PrintSettings> _prints;
     NSSize _viewSize;
+    int _timesShownWhole = 0;
     NSString _mediaType;
     int _names = 0;
     bool _isGone = false;

@@ -70,8 +70,9 @@ struct PrintSettings {
     double rightMargin = 0;
     double scale = 1;   // points for each CSS pixel; the page is laid out for as many pixels as are then between the margins
     bool printsBackgrounds = false;
-    // Ignores the page breaks that the document asks for, and keeps what is as high as the view as high as it is now: a paper as large as the
-    // document then takes it whole, unless it changes when printed.
+    // For a paper that takes the whole document: the page breaks that the document asks for are ignored, and where the paper is wider than the
+    // view the document stays laid out for the view, with what overflows beside it. Without it, what is fixed or sticks in the view stands on one page only,
+    // where it is when the document is not scrolled.
     bool isUnbroken = false;
 };
 
@@ -205,10 +206,13 @@ public:
     virtual void setMediaType(const NSString& mediaType) = 0;
     // Of the main frame's document as it is laid out, with all that overflows; never less than the view.
     [[nodiscard]] virtual NSSize documentSize(std::chrono::steady_clock::time_point deadline) = 0;
+    // Makes the view as high as the document, so that what is fixed or sticks stands where a view of the whole document shows it, and waits a
+    // moment for images that the page loads when they come into view. What is as high as the view was stays as high. The document's size
+    // then; the view stays so until it is given another size.
+    [[nodiscard]] virtual NSSize showWhole(std::chrono::steady_clock::time_point deadline) = 0;
     // The PDF of the main frame's document. The paper and margins are those of `settings`, whatever the document says of them. What is laid out
     // for the paper may come out larger than the document is in the view.
     [[nodiscard]] virtual NSData print(const PrintSettings& settings, std::chrono::steady_clock::time_point deadline) = 0;
-    // A PNG of the whole document, one pixel for each CSS pixel, as a view of the document's own size shows it: what is fixed or sticks stands
-    // where it would there. The view has its size again afterwards.
+    // A PNG of the whole document, one pixel for each CSS pixel, as showWhole lays it out. The view has its size again afterwards.
     [[nodiscard]] virtual NSData picture(std::chrono::steady_clock::time_point deadline) = 0;
 };

@@ -1,6 +1,7 @@
 #include "Platform/Web/WebFrame.h"
 
 #include "Platform/Foundation/NSException.h"
+#include "Platform/Web/WebFrameView.h"
 #include "Platform/Web/WebPage.h"
 
 namespace {
@@ -76,4 +77,14 @@ std::shared_ptr<DOMElement> WebFrame::frameElement() const
     if (!entryOf(*this, page) || page->frames().isMainFrame(_frameID))
         return nullptr;
     return DOMElement::elementNamed(page->frameElement(_frameID));
+}
+
+std::shared_ptr<WebFrameView> WebFrame::frameView() const
+{
+    const std::shared_ptr<WebPage> page = _page.lock();
+    if (!entryOf(*this, page))
+        return nullptr;
+    if (!_frameView)
+        _frameView = std::make_shared<WebFrameView>(weak_from_this(), _page);
+    return _frameView;
 }

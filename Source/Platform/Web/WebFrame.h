@@ -11,6 +11,7 @@
 #include <memory>
 #include <vector>
 
+class WebFrameView;
 class WebPage;
 
 // A frame of a view: the main one, or one inside it at any depth. It keeps its identity through all its documents. Made by its
@@ -44,6 +45,8 @@ public:
     // The element that holds the frame. Null for the main frame and when the engine does not tell. Throws NSException when the
     // engine cannot answer.
     [[nodiscard]] std::shared_ptr<DOMElement> frameElement() const;
+    // What shows the frame's document. Null for a frame that is removed or whose view is gone.
+    [[nodiscard]] std::shared_ptr<WebFrameView> frameView() const;
     // The engine's name of this frame.
     [[nodiscard]] const FrameID& frameID() const { return _frameID; }
 
@@ -60,4 +63,5 @@ private:
     std::weak_ptr<WebPage> _page;
     std::weak_ptr<WebFrame> _parentFrame;
     std::vector<std::shared_ptr<WebFrame>> _childFrames;
+    mutable std::shared_ptr<WebFrameView> _frameView;   // made when it is first asked for
 };

@@ -13,6 +13,8 @@ namespace {
 // ways to go on, and is not to stand still at each of them.
 constexpr std::chrono::milliseconds usualPatience{30'000};
 constexpr std::chrono::milliseconds lostPatience{1'000};
+// What printing may take on top of that: documents of a million pixels take less.
+constexpr std::chrono::milliseconds printingTime{120'000};
 
 }
 
@@ -132,11 +134,11 @@ void WebPage::requireEngine() const
 }
 
 template <typename Question>
-auto WebPage::ask(Question question)
+auto WebPage::ask(Question question, std::chrono::milliseconds more)
 {
     requireEngine();
     try {
-        return question(*_engine, std::chrono::steady_clock::now() + _patience);
+        return question(*_engine, std::chrono::steady_clock::now() + _patience + more);
     } catch (...) {
         _patience = lostPatience;
         throw;
@@ -165,6 +167,33 @@ NSString WebPage::frameElement(const FrameID& frame)
 NSData WebPage::picture()
 {
     return ask([](PageEngine& engine, auto deadline) { return engine.picture(deadline); });
+}
+
+void WebPage::setViewSize(NSSize size)
+{
+    if (_engine)
+        _engine->setViewSize(size);
+}
+
+void WebPage::setMediaType(const NSString& mediaType)
+{
+    if (_engine)
+        _engine->setMediaType(mediaType);
+}
+
+NSSize WebPage::documentSize()
+{
+    return ask([](PageEngine& engine, auto deadline) { return engine.documentSize(deadline); });
+}
+
+NSSize WebPage::showWhole()
+{
+    return ask([](PageEngine& engine, auto deadline) { return engine.showWhole(deadline); });
+}
+
+NSData WebPage::print(const PrintSettings& settings)
+{
+    return ask([&](PageEngine& engine, auto deadline) { return engine.print(settings, deadline); }, printingTime);
 }
 
 WebVisitorIdentity WebPage::identityForURL(const NSURL& url)

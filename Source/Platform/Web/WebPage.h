@@ -60,13 +60,19 @@ public:
     void requireEngine() const;
     // See WebView::picture.
     [[nodiscard]] NSData picture();
+    // See PageEngine. Printing may take a long page some time.
+    void setViewSize(NSSize size);
+    void setMediaType(const NSString& mediaType);
+    [[nodiscard]] NSSize documentSize();
+    [[nodiscard]] NSSize showWhole();
+    [[nodiscard]] NSData print(const PrintSettings& settings);
     // See WebView::identityForURL. Does not throw.
     [[nodiscard]] WebVisitorIdentity identityForURL(const NSURL& url);
 
 private:
     WebPage(WebView& view, std::unique_ptr<PageEngine> engine);
     template <typename Question>
-    auto ask(Question question);
+    auto ask(Question question, std::chrono::milliseconds more = {});
     void begin(const NSURLRequest& request);
     void cancelProtocolLoads();
 

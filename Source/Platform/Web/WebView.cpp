@@ -3,7 +3,7 @@
 #include "Platform/Web/WebPage.h"
 
 WebView::WebView(NSRect frame, const NSString& frameName, NSString groupName, std::unique_ptr<PageEngine> engine)
-    : _frame(frame),
+    : NSView(frame),
       _groupName(groupName ? std::move(groupName) : NSString(u"")),
       _page(WebPage::create(*this, frameName, std::move(engine)))
 {
@@ -12,6 +12,18 @@ WebView::WebView(NSRect frame, const NSString& frameName, NSString groupName, st
 WebView::~WebView()
 {
     _page->close();
+}
+
+void WebView::setFrame(NSRect frame)
+{
+    NSView::setFrame(frame);
+    _page->setViewSize(frame.size);
+}
+
+void WebView::setMediaStyle(const NSString& mediaStyle)
+{
+    _mediaStyle = mediaStyle;
+    _page->setMediaType(mediaStyle);
 }
 
 std::shared_ptr<WebFrame> WebView::mainFrame() const

@@ -3,6 +3,7 @@
 #include "Platform/Engine/PageEngine.h"
 #include "Platform/Foundation/NSGeometry.h"
 #include "Platform/Foundation/NSString.h"
+#include "Platform/Print/NSView.h"
 #include "Platform/Web/WebFrame.h"
 #include "Platform/Web/WebFrameLoadDelegate.h"
 #include "Platform/Web/WebPolicyDelegate.h"
@@ -19,16 +20,15 @@ inline const NSString WebViewProgressStartedNotification = u"WebProgressStartedN
 inline const NSString WebViewProgressFinishedNotification = u"WebProgressFinishedNotification";
 
 // Shows one page, without a window. Main thread only; not to be destroyed inside a callback of its own.
-class WebView {
+class WebView final : public NSView {
 public:
     // `frame` in points; the engine that is given shows a page of that size already. Absent names are "".
     WebView(NSRect frame, const NSString& frameName, NSString groupName, std::unique_ptr<PageEngine> engine);
-    WebView(const WebView&) = delete;
-    WebView& operator=(const WebView&) = delete;
     // Ends the engine. Nothing is told any more.
-    ~WebView();
+    ~WebView() override;
 
-    [[nodiscard]] NSRect frame() const { return _frame; }
+    // The page is laid out for the new size, in whole points.
+    void setFrame(NSRect frame) override;
     [[nodiscard]] NSString groupName() const { return _groupName; }
 
     // Borrowed: each must outlive the view or be reset to null, which is what it is at first.
@@ -55,12 +55,11 @@ public:
 
     [[nodiscard]] WebPreferences& preferences() { return _preferences; }
     [[nodiscard]] const WebPreferences& preferences() const { return _preferences; }
-    // The CSS media type for which pages are laid out; absent for the engine's own choice.
-    void setMediaStyle(const NSString& mediaStyle) { _mediaStyle = mediaStyle; }
+    // The CSS media type for which pages are laid out and printed; absent for the engine's own choice.
+    void setMediaStyle(const NSString& mediaStyle);
     [[nodiscard]] NSString mediaStyle() const { return _mediaStyle; }
 
 private:
-    NSRect _frame;
     NSString _groupName;
     WebFrameLoadDelegate* _frameLoadDelegate = nullptr;
     WebPolicyDelegate* _policyDelegate = nullptr;

@@ -41,6 +41,7 @@ public:
     {
         return _printer.documentSize(deadline);
     }
+    [[nodiscard]] NSSize showWhole(std::chrono::steady_clock::time_point deadline) override { return _printer.showWhole(deadline); }
     [[nodiscard]] NSData print(const PrintSettings& settings, std::chrono::steady_clock::time_point deadline) override
     {
         return _printer.print(settings, deadline);

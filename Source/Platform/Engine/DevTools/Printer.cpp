@@ -1,6 +1,6 @@
 #include "Platform/Engine/DevTools/Printer.h"
 
-#include "Platform/Engine/DevTools/PaperStyle.h"
+#include "Platform/Engine/DevTools/PrintScripts.h"
 #include "Platform/Foundation/NSException.h"
 
 #include <cmath>
@@ -62,22 +62,67 @@ void Printer::showViewSize(const std::optional<NSSize>& size)
     _link.send(_link.pageSession, "Emulation.setDeviceMetricsOverride", parameters.dump());
 }
 
+Printer::Metrics Printer::metrics(TimePoint deadline)
+{
+    Metrics metrics;
+    ask("Page.getLayoutMetrics", "{}", deadline, [&](const JSONView& result) {
+        const JSONView view = result.object("cssLayoutViewport");
+        const JSONView content = result.object("cssContentSize");
+        metrics.view = {view.number("clientWidth"), view.number("clientHeight")};
+        metrics.document = {content.number("width"), content.number("height")};
+    });
+    return metrics;
+}
+
 NSSize Printer::documentSize(TimePoint deadline)
 {
-    NSSize size;
-    ask("Page.getLayoutMetrics", "{}", deadline, [&](const JSONView& result) {
-        const JSONView content = result.object("cssContentSize");
-        size = {content.number("width"), content.number("height")};
-    });
-    return size;
+    return metrics(deadline).document;
+}
+
+int64_t Printer::makeWorld(TimePoint deadline)
+{
+    const json parameters = {{"frameId", _link.mainFrameTarget}, {"worldName", "printer"}};
+    int64_t world = 0;
+    ask("Page.createIsolatedWorld", parameters.dump(), deadline,
+        [&](const JSONView& result) { world = result.integer("executionContextId"); });
+    return world;
+}
+
+void Printer::run(int64_t world, const std::string& script, TimePoint deadline)
+{
+    const json parameters = {{"expression", script}, {"contextId", world}, {"awaitPromise", true}};
+    ask("Runtime.evaluate", parameters.dump(), deadline, [](const JSONView&) {});
+}
+
+NSSize Printer::showWhole(TimePoint deadline)
+{
+    const Metrics before = metrics(deadline);
+    NSSize whole = {before.view.width, before.document.height};
+    if (whole.height <= before.view.height)
+        return before.document;
+    showViewSize(whole);
+    Metrics after = metrics(deadline);
+    const int64_t world = makeWorld(deadline);
+    if (after.document.height != whole.height) {
+        // Something is as high as the view. Left alone, it would grow with every view that is made to hold it.
+        showViewSize(before.view);
+        run(world, scriptToMeasureHeights(), deadline);
+        showViewSize(whole);
+        run(world, scriptToKeepHeights(), deadline);
+    }
+    run(world, scriptToAwaitImages(), deadline);
+    after = metrics(deadline);
+    if (after.document.height != whole.height) {
+        whole.height = after.document.height;
+        showViewSize(whole);
+        after = metrics(deadline);
+    }
+    return after.document;
 }
 
 NSData Printer::print(const PrintSettings& settings, TimePoint deadline)
 {
-    const json style = {{"expression", scriptForPaperStyle(settings)}};
-    // A page without a document to lay anything over is printed all the same.
-    _link.send(_link.pageSession, "Runtime.evaluate", style.dump());
-
+    run(makeWorld(deadline), scriptForPaper(settings, metrics(deadline).view.width), deadline);
     const json parameters = {{"paperWidth", settings.paperSize.width / pointsPerInch},
         {"paperHeight", settings.paperSize.height / pointsPerInch}, {"marginTop", settings.topMargin / pointsPerInch},
         {"marginLeft", settings.leftMargin / pointsPerInch}, {"marginBottom", settings.bottomMargin / pointsPerInch},
@@ -115,11 +160,11 @@ NSData Printer::picture(TimePoint deadline)
         Printer& printer;
         ~Restored() { printer.showViewSize(printer._viewSize); }
     };
-    const NSSize whole = documentSize(deadline);
     const Restored restored{*this};
-    showViewSize(whole);
+    const NSSize whole = showWhole(deadline);
+    const json parameters = {{"format", "png"}, {"optimizeForSpeed", true}, {"captureBeyondViewport", true},
+        {"clip", {{"x", 0}, {"y", 0}, {"width", whole.width}, {"height", whole.height}, {"scale", 1}}}};
     NSData picture;
-    ask("Page.captureScreenshot", R"({"format":"png","optimizeForSpeed":true})", deadline,
-        [&](const JSONView& result) { picture = result.base64("data"); });
+    ask("Page.captureScreenshot", parameters.dump(), deadline, [&](const JSONView& result) { picture = result.base64("data"); });
     return picture;
 }

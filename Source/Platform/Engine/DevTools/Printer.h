@@ -14,14 +14,24 @@ public:
 
     void setViewSize(NSSize size);
     [[nodiscard]] NSSize documentSize(std::chrono::steady_clock::time_point deadline);
+    [[nodiscard]] NSSize showWhole(std::chrono::steady_clock::time_point deadline);
     [[nodiscard]] NSData print(const PrintSettings& settings, std::chrono::steady_clock::time_point deadline);
     [[nodiscard]] NSData picture(std::chrono::steady_clock::time_point deadline);
 
 private:
     using TimePoint = std::chrono::steady_clock::time_point;
     using Answer = std::function<void(const JSONView& result)>;
+    struct Metrics {
+        NSSize view;
+        NSSize document;
+    };
     // Sends a command to the page and waits for its result. Throws NSException when it is refused or does not come.
     void ask(std::string_view method, std::string_view parameters, TimePoint deadline, const Answer& answer);
+    // A world of its own in the document, where scripts are out of the page's reach.
+    [[nodiscard]] int64_t makeWorld(TimePoint deadline);
+    // Runs a script there, to the end of the promise that it may give. What comes of it is no matter, nor is its failure.
+    void run(int64_t world, const std::string& script, TimePoint deadline);
+    [[nodiscard]] Metrics metrics(TimePoint deadline);
     void showViewSize(const std::optional<NSSize>& size);
     [[nodiscard]] NSData readStream(const std::string& handle, TimePoint deadline);
 
