@@ -176,9 +176,11 @@ NSData pdfAsOnePage(const NSData& pdf, NSRect rect)
         }
         // The paper's size is rounded to what printers can do; what it shows hangs from the upper left corner.
         const QPDFObjectHandle::Rectangle box = boxOf(page);
+        // A hair less, so that no reader makes one pixel more of what is lost in decimals.
+        constexpr double hair = 2e-6;
         const double left = box.llx + rect.origin.x / unit;
         const double top = box.ury - rect.origin.y / unit;
-        setBox(*file, page, {left, top - rect.size.height / unit, left + rect.size.width / unit, top});
+        setBox(*file, page, {left, top - rect.size.height / unit + hair, left + rect.size.width / unit - hair, top});
         return file->data();
     } catch (const std::exception&) {
         return {};

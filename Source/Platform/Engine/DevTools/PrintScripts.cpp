@@ -29,7 +29,7 @@ constexpr std::string_view unbrokenRules =
     "break-before:auto!important;break-after:auto!important;break-inside:auto!important}";
 
 // What the document's sheets say as important of pages would win over what comes later, so it is taken out where the sheet may be changed.
-constexpr std::string_view layOver = R"JS(((rules, keepsWidth, isUnbroken) => {
+constexpr std::string_view layOver = R"JS(((rules, paperWidth, isUnbroken) => {
     const removePageRules = (list) => {
         for (let index = list.cssRules.length; index--;) {
             const rule = list.cssRules[index];
@@ -47,12 +47,18 @@ constexpr std::string_view layOver = R"JS(((rules, keepsWidth, isUnbroken) => {
         }
     }
     const root = document.documentElement;
-    if (keepsWidth && root) {
+    const isFromRight = root && getComputedStyle(root).direction === 'rtl';
+    // Printed at a scale, a document from right to left would slip off the paper; one whose body alone is so does not.
+    if (isFromRight && document.body) {
+        rules += ':root:not(#\\0#\\0#\\0){direction:ltr!important}:root>body:not(#\\0#\\0#\\0){direction:'
+            + getComputedStyle(document.body).direction + '!important}';
+    }
+    if (isUnbroken && root && paperWidth > innerWidth + 0.5) {
         const box = root.getBoundingClientRect();
-        const position = getComputedStyle(root).position;
+        const left = box.left + scrollX + (isFromRight ? paperWidth - innerWidth : 0);
         rules += ':root:not(#\\0#\\0#\\0){box-sizing:border-box!important;width:' + box.width + 'px!important;min-width:0!important;'
-            + 'max-width:none!important;margin-left:' + (box.left + scrollX) + 'px!important;margin-right:0!important;'
-            + (position === 'static' ? 'position:relative!important' : '') + '}';
+            + 'max-width:none!important;margin-left:' + left + 'px!important;margin-right:0!important;'
+            + (getComputedStyle(root).position === 'static' ? 'position:relative!important' : '') + '}';
     }
     const before = globalThis.paperSheet;
     const sheet = globalThis.paperSheet = new CSSStyleSheet();
@@ -145,14 +151,13 @@ constexpr std::string_view awaitImages = R"JS(new Promise((done) => {
 
 }
 
-std::string scriptForPaper(const PrintSettings& settings, double viewWidth)
+std::string scriptForPaper(const PrintSettings& settings)
 {
     std::string rules = pageRules(settings);
     if (settings.isUnbroken)
         rules += unbrokenRules;
-    const bool keepsWidth = settings.isUnbroken && settings.paperSize.width / settings.scale > viewWidth + 0.5;
-    return std::string(layOver) + "(" + nlohmann::json(rules).dump() + "," + (keepsWidth ? "true" : "false") + ","
-        + (settings.isUnbroken ? "true" : "false") + ")";
+    return std::string(layOver) + "(" + nlohmann::json(rules).dump() + ","
+        + nlohmann::json(settings.paperSize.width / settings.scale).dump() + "," + (settings.isUnbroken ? "true" : "false") + ")";
 }
 
 std::string scriptToMeasureHeights()

@@ -122,7 +122,7 @@ NSSize Printer::showWhole(TimePoint deadline)
 
 NSData Printer::print(const PrintSettings& settings, TimePoint deadline)
 {
-    run(makeWorld(deadline), scriptForPaper(settings, metrics(deadline).view.width), deadline);
+    run(makeWorld(deadline), scriptForPaper(settings), deadline);
     const json parameters = {{"paperWidth", settings.paperSize.width / pointsPerInch},
         {"paperHeight", settings.paperSize.height / pointsPerInch}, {"marginTop", settings.topMargin / pointsPerInch},
         {"marginLeft", settings.leftMargin / pointsPerInch}, {"marginBottom", settings.bottomMargin / pointsPerInch},
@@ -162,8 +162,11 @@ NSData Printer::picture(TimePoint deadline)
     };
     const Restored restored{*this};
     const NSSize whole = showWhole(deadline);
-    const json parameters = {{"format", "png"}, {"optimizeForSpeed", true}, {"captureBeyondViewport", true},
-        {"clip", {{"x", 0}, {"y", 0}, {"width", whole.width}, {"height", whole.height}, {"scale", 1}}}};
+    json parameters = {{"format", "png"}, {"optimizeForSpeed", true}};
+    if (whole.width > metrics(deadline).view.width) {
+        parameters["captureBeyondViewport"] = true;
+        parameters["clip"] = {{"x", 0}, {"y", 0}, {"width", whole.width}, {"height", whole.height}, {"scale", 1}};
+    }
     NSData picture;
     ask("Page.captureScreenshot", parameters.dump(), deadline, [&](const JSONView& result) { picture = result.base64("data"); });
     return picture;
