@@ -92,7 +92,7 @@ TEST_F(LoaderAtFirst, HearsItsOwnViewsProgressOnly)
     EXPECT_TRUE(messages().empty());
     NSNotificationCenter::defaultCenter().postNotificationName(WebViewProgressFinishedNotification, &loader().view());
     EXPECT_EQ(messages(), (Lines{"Progress finished"}));
-    WebView* const view = &loader().view();
+    const ObjectIdentity view = &loader().view();
     forgetLoader();
     NSNotificationCenter::defaultCenter().postNotificationName(WebViewProgressFinishedNotification, view);
     EXPECT_EQ(messages().size(), 1U);

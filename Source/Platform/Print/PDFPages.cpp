@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <qpdf/Pl_Buffer.hh>
 #include <qpdf/QPDFPageObjectHelper.hh>
 #include <string>
 #include <vector>
@@ -127,6 +128,10 @@ void stackPages(PDFFile& file)
         const QPDFObjectHandle::Rectangle box = boxOf(page);
         top -= box.ury - box.lly;
         QPDFObjectHandle form = QPDFPageObjectHelper(page).getFormXObjectForPage();
+        // Its bytes are the page's contents, and those are about to change.
+        Pl_Buffer contents("contents");
+        QPDFPageObjectHelper(page).pipeContents(&contents);
+        form.replaceStreamData(contents.getBufferSharedPointer(), QPDFObjectHandle::newNull(), QPDFObjectHandle::newNull());
         form.getDict().removeKey("/StructParents");
         file.changed(form);
         const std::string name = "/Page" + std::to_string(placements.size());

@@ -79,8 +79,9 @@ NSData WebDocumentView::dataWithPDFForPrintInfo(const NSPrintInfo& info)
         const double enlarged = std::max(1.0, PrintSettings::smallestScale / settings.scale);
         if (enlarged == 1)
             return page->print(settings);
+        settings.scale = PrintSettings::smallestScale;
         for (double* length : {&settings.paperSize.width, &settings.paperSize.height, &settings.topMargin, &settings.leftMargin,
-                 &settings.bottomMargin, &settings.rightMargin, &settings.scale})
+                 &settings.bottomMargin, &settings.rightMargin})
             *length *= enlarged;
         return pdfScaled(page->print(settings), 1 / enlarged);
     } catch (const NSException&) {

@@ -41,12 +41,18 @@ public:
     {
         return _printer.documentSize(deadline);
     }
-    [[nodiscard]] NSSize showWhole(std::chrono::steady_clock::time_point deadline) override { return _printer.showWhole(deadline); }
+    [[nodiscard]] NSSize showWhole(std::chrono::steady_clock::time_point deadline) override
+    {
+        return _printer.showWhole(_settings.javaScriptEnabled, deadline);
+    }
     [[nodiscard]] NSData print(const PrintSettings& settings, std::chrono::steady_clock::time_point deadline) override
     {
         return _printer.print(settings, deadline);
     }
-    [[nodiscard]] NSData picture(std::chrono::steady_clock::time_point deadline) override { return _printer.picture(deadline); }
+    [[nodiscard]] NSData picture(std::chrono::steady_clock::time_point deadline) override
+    {
+        return _printer.picture(_settings.javaScriptEnabled, deadline);
+    }
 
 private:
     struct PendingLoad {

@@ -14,6 +14,7 @@ using nlohmann::json;
 constexpr double pointsPerInch = 72;
 // The engine's scale 1 is 96 CSS pixels to the inch.
 constexpr double pointsPerPixelUnscaled = pointsPerInch / 96;
+constexpr double smallestEngineScale = 0.1;
 // How much of a printed document is fetched at once, in bytes: enough that asking costs nothing, little enough to weigh nothing.
 constexpr int pieceSize = 1 << 19;
 
@@ -94,7 +95,7 @@ void Printer::run(int64_t world, const std::string& script, TimePoint deadline)
     ask("Runtime.evaluate", parameters.dump(), deadline, [](const JSONView&) {});
 }
 
-NSSize Printer::showWhole(TimePoint deadline)
+NSSize Printer::showWhole(bool scriptsRun, TimePoint deadline)
 {
     const Metrics before = metrics(deadline);
     NSSize whole = {before.view.width, before.document.height};
@@ -110,7 +111,8 @@ NSSize Printer::showWhole(TimePoint deadline)
         showViewSize(whole);
         run(world, scriptToKeepHeights(), deadline);
     }
-    run(world, scriptToAwaitImages(), deadline);
+    if (scriptsRun)
+        run(world, scriptToAwaitImages(), deadline);
     after = metrics(deadline);
     if (after.document.height != whole.height) {
         whole.height = after.document.height;
@@ -123,10 +125,13 @@ NSSize Printer::showWhole(TimePoint deadline)
 NSData Printer::print(const PrintSettings& settings, TimePoint deadline)
 {
     run(makeWorld(deadline), scriptForPaper(settings), deadline);
+    // The smallest scale may have lost a last digit on its way here.
+    const double scale = settings.scale / pointsPerPixelUnscaled;
+    const bool isSmallest = std::abs(scale - smallestEngineScale) < 1e-9;
     const json parameters = {{"paperWidth", settings.paperSize.width / pointsPerInch},
         {"paperHeight", settings.paperSize.height / pointsPerInch}, {"marginTop", settings.topMargin / pointsPerInch},
         {"marginLeft", settings.leftMargin / pointsPerInch}, {"marginBottom", settings.bottomMargin / pointsPerInch},
-        {"marginRight", settings.rightMargin / pointsPerInch}, {"scale", settings.scale / pointsPerPixelUnscaled},
+        {"marginRight", settings.rightMargin / pointsPerInch}, {"scale", isSmallest ? smallestEngineScale : scale},
         {"printBackground", settings.printsBackgrounds}, {"preferCSSPageSize", false}, {"transferMode", "ReturnAsStream"}};
     std::string handle;
     ask("Page.printToPDF", parameters.dump(), deadline, [&](const JSONView& result) { handle = result.text("stream"); });
@@ -153,7 +158,7 @@ NSData Printer::readStream(const std::string& handle, TimePoint deadline)
     return NSData(std::move(bytes));
 }
 
-NSData Printer::picture(TimePoint deadline)
+NSData Printer::picture(bool scriptsRun, TimePoint deadline)
 {
     // The view goes back to its size on every way out.
     struct Restored {
@@ -161,7 +166,7 @@ NSData Printer::picture(TimePoint deadline)
         ~Restored() { printer.showViewSize(printer._viewSize); }
     };
     const Restored restored{*this};
-    const NSSize whole = showWhole(deadline);
+    const NSSize whole = showWhole(scriptsRun, deadline);
     json parameters = {{"format", "png"}, {"optimizeForSpeed", true}};
     if (whole.width > metrics(deadline).view.width) {
         parameters["captureBeyondViewport"] = true;

@@ -14,9 +14,10 @@ public:
 
     void setViewSize(NSSize size);
     [[nodiscard]] NSSize documentSize(std::chrono::steady_clock::time_point deadline);
-    [[nodiscard]] NSSize showWhole(std::chrono::steady_clock::time_point deadline);
+    // `scriptsRun`: whether the page's scripts do. Where they do not, none could load an image now.
+    [[nodiscard]] NSSize showWhole(bool scriptsRun, std::chrono::steady_clock::time_point deadline);
     [[nodiscard]] NSData print(const PrintSettings& settings, std::chrono::steady_clock::time_point deadline);
-    [[nodiscard]] NSData picture(std::chrono::steady_clock::time_point deadline);
+    [[nodiscard]] NSData picture(bool scriptsRun, std::chrono::steady_clock::time_point deadline);
 
 private:
     using TimePoint = std::chrono::steady_clock::time_point;
