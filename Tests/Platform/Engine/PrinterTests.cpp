@@ -1,6 +1,6 @@
 #include "Platform/Engine/PageEngineFactory.h"
 #include "Platform/Foundation/NSException.h"
-#include "Support/TemporaryFolder.h"
+#include "Support/TestServer.h"
 #include "Support/Waiting.h"
 
 #include <gtest/gtest.h>
@@ -11,7 +11,7 @@ using namespace std::chrono_literals;
 
 namespace {
 
-// The real engine, with a page from a file.
+// The real engine, with a page from a server.
 class PrinterTest : public testing::Test, public PageEngineClient {
 protected:
     PrinterTest()
@@ -26,8 +26,8 @@ protected:
     void show(const std::string& markup)
     {
         isFinished = false;
-        folder.write("page.html", "<!DOCTYPE html><style>body{margin:0}</style>" + markup);
-        const NSURL url = NSURL::fileURLWithPath(NSString::stringWithRepairedUTF8(folder.pathOf("page.html")));
+        server.on("/page.html", support::html("<!DOCTYPE html><style>body{margin:0}</style>" + markup));
+        const NSURL url = NSURL::URLWithString(NSString::stringWithRepairedUTF8(server.url("/page.html")));
         engine->load(NSURLRequest::requestWithURL(url), {});
         ASSERT_TRUE(support::runLoopUntil([&] { return isFinished; }));
     }
@@ -56,7 +56,7 @@ protected:
         return bytes.starts_with("\x89PNG") ? NSSize{number(16), number(20)} : NSSize();
     }
 
-    support::TemporaryFolder folder;
+    support::TestServer server;
     std::unique_ptr<PageEngine> engine;
     bool isFinished = false;
     NSError failure;
