@@ -2,6 +2,8 @@
 
 #include "Platform/Engine/PageEngineErrors.h"
 
+#include <limits>
+
 namespace {
 
 class Attempts : public ArchiveLoaderTest {
@@ -242,19 +244,23 @@ TEST_F(ProgressNotices, TellTheShortestTextOfTheFraction)
     static_cast<void>(loader());
     setLoadSettings("<key>WebToolMaxTriesBeforeTimeout</key><integer>0</integer>");
     loader().loadURL(address(u"http://h/"), u"an id");
-    for (const double fraction : {0.0, 0.5, 0.1, 1.0 / 3, 1.0})
+    // The last ones are those of downloads whose length is unknown or zero.
+    constexpr double infinity = std::numeric_limits<double>::infinity();
+    constexpr double undefined = std::numeric_limits<double>::quiet_NaN();
+    for (const double fraction : {0.0, 0.5, 0.1, 1.0 / 3, 1.0, -5000.0, infinity, undefined})
         loader().postProgress(fraction);
-    const auto& notices = listener.waitForNotices(5, std::chrono::seconds(20));
-    ASSERT_EQ(notices.size(), 5U);
+    const auto& notices = listener.waitForNotices(8, std::chrono::seconds(20));
+    ASSERT_EQ(notices.size(), 8U);
     Lines objects;
     for (const support::BusNotice& notice : notices) {
         EXPECT_EQ(notice.name, name);
         EXPECT_EQ(notice.userInfo, "{}");
         objects.push_back(notice.object);
     }
-    EXPECT_EQ(objects, (Lines{"0", "0.5", "0.1", "0.3333333333333333", "1"}));
+    EXPECT_EQ(objects, (Lines{"0", "0.5", "0.1", "0.3333333333333333", "1", "-5000", "inf", "nan"}));
     EXPECT_EQ(messages(),
-        (Lines{"progress: 0.000000", "progress: 0.500000", "progress: 0.100000", "progress: 0.333333", "progress: 1.000000"}));
+        (Lines{"progress: 0.000000", "progress: 0.500000", "progress: 0.100000", "progress: 0.333333", "progress: 1.000000",
+            "progress: -5000.000000", "progress: inf", "progress: nan"}));
 }
 
 // Before each slice; so the end of a load is told only by what comes after it.

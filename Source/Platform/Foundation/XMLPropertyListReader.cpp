@@ -73,8 +73,8 @@ Value dateOf(std::string_view text)
     if (yearEnd == 0 || yearEnd > 4)
         return {};
     const std::string_view rest = text.substr(yearEnd);
-    const auto isDigit = [](unsigned char c) { return std::isdigit(c) != 0; };
-    const auto matches = [&](unsigned char c, char expected) { return expected == 'd' ? isDigit(c) : c == expected; };
+    const auto isDigit = [](char c) { return g_ascii_isdigit(c) != FALSE; };
+    const auto matches = [&](char c, char expected) { return expected == 'd' ? isDigit(c) : c == expected; };
     if (!std::all_of(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(yearEnd), isDigit)
         || !std::equal(rest.begin(), rest.end(), form.begin(), form.end(), matches))
         return {};
