@@ -269,6 +269,12 @@ TEST_F(EngineFault, IsNoneWhenTheEngineCrashesOnceWhileItStarts)
     EXPECT_EQ(readFile(starts), "start\nstart\n");
 }
 
+TEST_F(EngineFault, IsNoneWhenTheEngineIsBusyForLongBeforeItAnswers)
+{
+    writeEngine("python3 -c 'import time\nwhile time.process_time() < 6: pass'\nexec chromium-headless-shell \"$@\"\n");
+    expectArchive(capture(url("/page.html")));
+}
+
 // What the engine may and may not do while it runs.
 class EngineProcess : public EngineFault { };
 

@@ -7,7 +7,7 @@
 
 namespace {
 
-const std::filesystem::path testFolder = std::filesystem::path(__FILE__).parent_path();
+const std::filesystem::path testFolder = TEST_FOLDER;
 
 // The C++ examples of a guide: what stands between a line "```cpp" and the next line "```".
 std::vector<std::string> examplesOf(const std::string& guide)

@@ -18,6 +18,7 @@ protected:
     {
         PageEngineOptions options;
         options.viewSize = {300, 200};
+        options.readsLocalFiles = true;
         engine = makePageEngine(options);
         engine->setClient(this);
     }

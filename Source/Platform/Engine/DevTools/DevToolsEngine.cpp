@@ -24,6 +24,8 @@ constexpr auto lifeInterval = 500ms;
 constexpr auto longestSilence = 3s;
 // The first answer may take longer: a large program is read from the disk.
 constexpr auto longestStart = 4s;
+// How long an engine that works all the time may stay silent.
+constexpr auto longestWork = 20s;
 // How long it may take to get ready for a load, before the request for it is on its way.
 constexpr auto longestPreparation = 10s;
 
@@ -485,11 +487,16 @@ void DevToolsEngine::askForTitle()
         });
 }
 
-bool DevToolsEngine::isLost() const
+bool DevToolsEngine::isLost()
 {
-    return _askedForLife
-        && steady_clock::now() - std::max(*_askedForLife, _connection->lastHeard())
-        > (_hasAnswered ? longestSilence : longestStart);
+    if (!_askedForLife)
+        return false;
+    const auto silence = steady_clock::now() - std::max(*_askedForLife, _connection->lastHeard());
+    if (silence <= (_hasAnswered ? longestSilence : longestStart))
+        return false;
+    // One that works, on a busy machine or on a page of a hundred megabytes, will answer.
+    const auto work = _process->processorTime();
+    return std::exchange(_workSeen, work) == work || silence > longestWork;
 }
 
 // What checkLife does, for a time in which no timer fires. The failure is told by the timer afterwards.

@@ -77,7 +77,7 @@ private:
     void checkIdleTime();
     void stopEverything(const NSError& mainFrameError);
     void askForTitle();
-    [[nodiscard]] bool isLost() const;
+    [[nodiscard]] bool isLost();
     [[nodiscard]] bool stillHopes();
     void checkLife();
     void askForLife();
@@ -120,6 +120,7 @@ private:
 
     NSTimer _lifeTimer;
     std::optional<std::chrono::steady_clock::time_point> _askedForLife;
+    std::chrono::milliseconds _workSeen{-1};   // the engine's processor time when it was last looked at
     bool _hasAnswered = false;
     bool _wasStartedAgain = false;
     std::shared_ptr<bool> _alive = std::make_shared<bool>(true);   // for news that is told later

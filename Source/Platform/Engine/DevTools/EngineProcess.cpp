@@ -10,7 +10,10 @@
 #include <cstring>
 #include <fcntl.h>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <poll.h>
+#include <sstream>
 #include <string_view>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -177,6 +180,30 @@ EngineProcess::~EngineProcess()
             break;
     }
     while (waitpid(_guard, nullptr, 0) < 0 && errno == EINTR) { }
+}
+
+std::chrono::milliseconds EngineProcess::processorTime() const
+{
+    int64_t ticks = 0;
+    std::error_code failure;
+    for (std::filesystem::directory_iterator entry("/proc", failure), end; !failure && entry != end; entry.increment(failure)) {
+        std::ifstream statistics(entry->path() / "stat");
+        std::string text{std::istreambuf_iterator<char>(statistics), {}};
+        // The name before it may hold anything, the last parenthesis included.
+        const size_t nameEnd = text.rfind(')');
+        if (nameEnd == std::string::npos)
+            continue;
+        // "state ppid pgrp session ... utime stime", fields 3 to 6, 14 and 15 of proc(5).
+        std::istringstream fields(text.substr(nameEnd + 1));
+        std::vector<std::string> values{std::istream_iterator<std::string>(fields), {}};
+        if (values.size() < 13 || values[3] != std::to_string(_guard) || entry->path().filename() == std::to_string(_guard))
+            continue;
+        std::ifstream arguments(entry->path() / "cmdline");
+        const std::string line{std::istreambuf_iterator<char>(arguments), {}};
+        if (line.find(std::string("\0--type=", 8)) == std::string::npos)
+            ticks += std::atoll(values[11].c_str()) + std::atoll(values[12].c_str());
+    }
+    return std::chrono::milliseconds(ticks * 1000 / sysconf(_SC_CLK_TCK));
 }
 
 std::optional<NSString> EngineProcess::exitDescription(int milliseconds) const

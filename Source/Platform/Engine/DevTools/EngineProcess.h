@@ -4,6 +4,7 @@
 #include "Platform/Foundation/FileDescriptor.h"
 #include "Platform/Foundation/NSError.h"
 
+#include <chrono>
 #include <memory>
 #include <optional>
 #include <string>
@@ -37,6 +38,8 @@ public:
     // Commands are written here (non-blocking), messages are read there (non-blocking). Owned by this object.
     [[nodiscard]] int commandDescriptor() const { return _commands.get(); }
     [[nodiscard]] int messageDescriptor() const { return _messages.get(); }
+    // The processor time that the engine has used, its pages' processes apart.
+    [[nodiscard]] std::chrono::milliseconds processorTime() const;
     // How the engine's first process ended, as a sentence for people: "The engine process was ended by signal 9 (Killed)."
     // Waits a moment (at most `milliseconds`) for the news; nothing when the process still runs.
     [[nodiscard]] std::optional<NSString> exitDescription(int milliseconds) const;
