@@ -172,7 +172,8 @@ TEST_F(HostilePage, OfAHundredMegabytesIsCapturedWhole)
                       "document.body.append(part) }</script>");
     expectArchive(captured);
     // Those of the script's own text are there too.
-    EXPECT_EQ(std::count(captured.page().begin(), captured.page().end(), 'x'), 100'000'000 + 2);
+    const std::string page = captured.page();
+    EXPECT_EQ(std::count(page.begin(), page.end(), 'x'), 100'000'000 + 2);
 }
 
 TEST_F(HostilePage, WithAPictureOfAGigapixelIsCaptured)

@@ -377,7 +377,7 @@ void DevToolsEngine::navigateAnswered(const NSURL& url, const Connection::Reply&
 {
     if (std::exchange(_isPreparing, false))
         _idleTimer.invalidate();
-    if (reply.refusal && !_failure) {
+    if (reply.refusal && !_failure && _connection->isOpen()) {
         refuseLoad(NSURLRequest::requestWithURL(url), loadError(NSURLErrorDomain, NSURLErrorBadURL, url));
     } else if (!reply.refusal && !reply.result.text("errorText").empty()) {
         const DocumentID document(reply.result.text("loaderId"));

@@ -188,7 +188,8 @@ std::chrono::milliseconds EngineProcess::processorTime() const
     std::error_code failure;
     for (std::filesystem::directory_iterator entry("/proc", failure), end; !failure && entry != end; entry.increment(failure)) {
         std::ifstream statistics(entry->path() / "stat");
-        std::string text{std::istreambuf_iterator<char>(statistics), {}};
+        std::string text;
+        std::getline(statistics, text);   // nothing of a process that has ended meanwhile
         // The name before it may hold anything, the last parenthesis included.
         const size_t nameEnd = text.rfind(')');
         if (nameEnd == std::string::npos)
@@ -199,7 +200,8 @@ std::chrono::milliseconds EngineProcess::processorTime() const
         if (values.size() < 13 || values[3] != std::to_string(_guard) || entry->path().filename() == std::to_string(_guard))
             continue;
         std::ifstream arguments(entry->path() / "cmdline");
-        const std::string line{std::istreambuf_iterator<char>(arguments), {}};
+        std::string line;
+        std::getline(arguments, line);
         if (line.find(std::string("\0--type=", 8)) == std::string::npos)
             ticks += std::atoll(values[11].c_str()) + std::atoll(values[12].c_str());
     }
