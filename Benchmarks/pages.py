@@ -104,6 +104,13 @@ def thousand(folder):
     page.add("index.html", document("A thousand resources", "", "\n".join(body)))
 
 
+def tall(folder):
+    page = Page(folder, "tall")
+    generator = random.Random(5)
+    rows = "".join(f"<tr><td>{index}<td>{sentence(generator)}" for index in range(2000))
+    page.add("index.html", document("A tall page", "<style>td { border: 1px solid #ccc; padding: 4px }</style>", f"<table>{rows}</table>"))
+
+
 def heavy(folder):
     page = Page(folder, "heavy")
     body = []
@@ -116,7 +123,7 @@ def heavy(folder):
 
 def main():
     folder = pathlib.Path(sys.argv[1])
-    for page in (small, article, mixed, thousand, heavy):
+    for page in (small, article, mixed, thousand, tall, heavy):
         page(folder)
 
 

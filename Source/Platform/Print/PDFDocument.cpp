@@ -127,10 +127,10 @@ void PDFDocument::setDocumentAttributes(const NSDictionary& attributes)
         return;
     QPDFObjectHandle trailer = _file->pdf().getTrailer();
     QPDFObjectHandle info = trailer.getKey("/Info");
-    if (!info.isDictionary() || !info.isIndirect()) {
-        info = _file->add(info.isDictionary() ? info.shallowCopy() : QPDFObjectHandle::newDictionary());
-        trailer.replaceKey("/Info", info);
-    }
+    // Information without a number is changed in a copy, which then gets one.
+    const bool hasNumber = info.isDictionary() && info.isIndirect();
+    if (!hasNumber)
+        info = info.isDictionary() ? info.shallowCopy() : QPDFObjectHandle::newDictionary();
     for (const Attribute& each : attributesOfDocuments()) {
         const Value& wanted = attributes[each.name];
         if (wanted == valueOf(info.getKey(each.key), each.form))
@@ -140,8 +140,11 @@ void PDFDocument::setDocumentAttributes(const NSDictionary& attributes)
             info.replaceKey(each.key, object);
         else
             info.removeKey(each.key);
-        _file->changed(info);
+        if (hasNumber)
+            _file->changed(info);
     }
+    if (!hasNumber)
+        trailer.replaceKey("/Info", _file->add(info));
 }
 
 NSData PDFDocument::dataRepresentation() const

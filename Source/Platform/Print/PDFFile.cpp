@@ -71,7 +71,11 @@ bool PDFFile::open()
             _pdf.processFile("PDF", _file.get(), false);
         else
             _pdf.processMemoryFile("PDF", _data.characters().data(), _length);
-        return !_pdf.getAllPages().empty();
+        if (_pdf.getAllPages().empty())
+            return false;
+        _appends = canAppend();
+        _nextNumber = _pdf.getTrailer().getKey("/Size").getIntValueAsInt();
+        return true;
     } catch (const std::exception&) {
         return false;
     }
@@ -82,11 +86,32 @@ void PDFFile::changed(const QPDFObjectHandle& object)
     _changed.insert(object.getObjGen());
 }
 
+// A number that is free.
+QPDFObjGen PDFFile::reserve()
+{
+    if (!_changed.empty())
+        _nextNumber = std::max(_nextNumber, _changed.rbegin()->getObj() + 1);
+    const QPDFObjGen name(_nextNumber++, 0);
+    _changed.insert(name);
+    return name;
+}
+
 QPDFObjectHandle PDFFile::add(const QPDFObjectHandle& object)
 {
-    QPDFObjectHandle added = _pdf.makeIndirectObject(object);
-    changed(added);
-    return added;
+    if (!_appends)
+        return _pdf.makeIndirectObject(object);
+    const QPDFObjGen name = reserve();
+    _pdf.replaceObject(name, object);
+    return _pdf.getObject(name);
+}
+
+QPDFObjectHandle PDFFile::addStream(const std::string& bytes)
+{
+    if (!_appends)
+        return QPDFObjectHandle::newStream(&_pdf, bytes);
+    const QPDFObjGen name = reserve();
+    _addedStreams[name] = "<</Length " + std::to_string(bytes.size()) + ">>\nstream\n" + bytes + "\nendstream";
+    return _pdf.getObject(name);
 }
 
 bool PDFFile::copyOriginal(const Sink& sink)
@@ -139,10 +164,12 @@ std::string PDFFile::changes()
     std::string text = "\n";
     std::vector<std::pair<QPDFObjGen, size_t>> places;
     for (const QPDFObjGen& name : _changed) {
-        QPDFObjectHandle object = _pdf.getObject(name);
         places.emplace_back(name, _length + text.size());
         text += std::to_string(name.getObj()) + " " + std::to_string(name.getGen()) + " obj\n";
-        if (object.isStream()) {
+        QPDFObjectHandle object = _pdf.getObject(name);
+        if (const auto added = _addedStreams.find(name); added != _addedStreams.end()) {
+            text += added->second;
+        } else if (object.isStream()) {
             const std::shared_ptr<Buffer> bytes(object.getRawStreamData());
             QPDFObjectHandle dictionary = object.getDict().shallowCopy();
             dictionary.replaceKey("/Length", QPDFObjectHandle::newInteger(static_cast<long long>(bytes->getSize())));
@@ -169,14 +196,15 @@ std::string PDFFile::changes()
     }
     QPDFObjectHandle trailer = _pdf.getTrailer().shallowCopy();
     trailer.replaceKey("/Prev", QPDFObjectHandle::newInteger(static_cast<long long>(_tableOffset)));
-    trailer.replaceKey("/Size", QPDFObjectHandle::newInteger(static_cast<long long>(_pdf.getObjectCount()) + 1));
+    const int size = _changed.empty() ? 0 : _changed.rbegin()->getObj() + 1;
+    trailer.replaceKey("/Size", QPDFObjectHandle::newInteger(std::max(_nextNumber, size)));
     text += "trailer\n" + trailer.unparse() + "\nstartxref\n" + std::to_string(table) + "\n%%EOF\n";
     return text;
 }
 
 bool PDFFile::write(const Sink& sink)
 {
-    if (canAppend())
+    if (_appends)
         return copyOriginal(sink) && (_changed.empty() || sink(changes()));
     SinkPipeline pipeline(sink);
     QPDFWriter writer(_pdf);

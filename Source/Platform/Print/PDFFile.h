@@ -3,8 +3,14 @@
 #include "Platform/Foundation/NSData.h"
 #include "Platform/Foundation/NSString.h"
 
+#include <cstdio>
 #include <functional>
+#include <map>
 #include <memory>
+// The library asks its users to say that they are done with its old pointers.
+#ifndef POINTERHOLDER_TRANSITION
+#define POINTERHOLDER_TRANSITION 4
+#endif
 #include <qpdf/QPDF.hh>
 #include <set>
 #include <string_view>
@@ -29,8 +35,10 @@ public:
     [[nodiscard]] const std::vector<QPDFObjectHandle>& pages() { return _pdf.getAllPages(); }
     // `object`, which has a number of its own, is not as it was.
     void changed(const QPDFObjectHandle& object);
-    // Gives `object` a number.
+    // Gives `object`, which has none, a number.
     [[nodiscard]] QPDFObjectHandle add(const QPDFObjectHandle& object);
+    // A stream of these bytes. What comes back is only good to stand for it in an array.
+    [[nodiscard]] QPDFObjectHandle addStream(const std::string& bytes);
 
     // Writes the file as it is now. False when the sink ended it. May throw std::exception when an object is broken.
     [[nodiscard]] bool write(const Sink& sink);
@@ -41,6 +49,7 @@ private:
     PDFFile() = default;
     [[nodiscard]] bool open();
     [[nodiscard]] bool canAppend();
+    [[nodiscard]] QPDFObjGen reserve();
     [[nodiscard]] bool copyOriginal(const Sink& sink);
     [[nodiscard]] std::string changes();
 
@@ -49,5 +58,9 @@ private:
     size_t _length = 0;
     QPDF _pdf;
     std::set<QPDFObjGen> _changed;
+    // The texts of added streams: to make one, the library would read the whole file in search of a free number.
+    std::map<QPDFObjGen, std::string> _addedStreams;
+    bool _appends = false;
+    int _nextNumber = 0;
     size_t _tableOffset = 0;   // of the last cross-reference section
 };

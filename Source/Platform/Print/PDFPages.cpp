@@ -50,7 +50,7 @@ void scalePatterns(PDFFile& file, QPDFObjectHandle page, double factor, std::map
             patterns.replaceKey(name, known->second);
             continue;
         }
-        QPDFObjectHandle copy = pattern.isStream() ? pattern.copyStream() : file.add(pattern.shallowCopy());
+        QPDFObjectHandle copy = pattern.isStream() ? pattern.copyStream() : pattern.shallowCopy();
         QPDFObjectHandle dictionary = copy.isStream() ? copy.getDict() : copy;
         QPDFObjectHandle matrix = dictionary.getKey("/Matrix");
         std::vector<double> numbers = {1, 0, 0, 1, 0, 0};
@@ -60,7 +60,10 @@ void scalePatterns(PDFFile& file, QPDFObjectHandle page, double factor, std::map
         for (const double number : numbers)
             items.push_back(QPDFObjectHandle::newReal(number * factor, 9));
         dictionary.replaceKey("/Matrix", QPDFObjectHandle::newArray(items));
-        file.changed(copy);
+        if (copy.isStream())
+            file.changed(copy);
+        else
+            copy = file.add(copy);
         if (pattern.isIndirect())
             scaled.emplace(pattern.getObjGen(), copy);
         patterns.replaceKey(name, copy);
@@ -74,13 +77,8 @@ void scalePatterns(PDFFile& file, QPDFObjectHandle page, double factor, std::map
 // Scales what the page itself draws.
 void scaleContents(PDFFile& file, QPDFObjectHandle page, double factor, std::map<QPDFObjGen, QPDFObjectHandle>& scaled)
 {
-    const auto stream = [&](const std::string& operators) {
-        QPDFObjectHandle made = QPDFObjectHandle::newStream(&file.pdf(), operators);
-        file.changed(made);
-        return made;
-    };
     const std::string scale = QPDFObjectHandle::newReal(factor, 9).unparse();
-    std::vector<QPDFObjectHandle> contents = {stream("q " + scale + " 0 0 " + scale + " 0 0 cm\n")};
+    std::vector<QPDFObjectHandle> contents = {file.addStream("q " + scale + " 0 0 " + scale + " 0 0 cm\n")};
     QPDFObjectHandle old = page.getKey("/Contents");
     if (old.isArray()) {
         for (const QPDFObjectHandle& each : old.getArrayAsVector())
@@ -88,7 +86,7 @@ void scaleContents(PDFFile& file, QPDFObjectHandle page, double factor, std::map
     } else if (old.isStream()) {
         contents.push_back(old);
     }
-    contents.push_back(stream("\nQ\n"));
+    contents.push_back(file.addStream("\nQ\n"));
     page.replaceKey("/Contents", QPDFObjectHandle::newArray(contents));
     file.changed(page);
     scalePatterns(file, page, factor, scaled);

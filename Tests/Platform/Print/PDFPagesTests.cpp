@@ -137,6 +137,14 @@ TEST_F(PagesOfPDF, StandBelowEachOtherOnOnePage)
     expectHas(words("-bbox"), "yMin=\"8[89]\\d\\.\\d+\" xMax=\"\\S+\" yMax=\"9\\d+\\.\\d+\">word2");
 }
 
+TEST_F(PagesOfPDF, StandBelowEachOtherAlsoWhereTheyAreTooLarge)
+{
+    const std::string text = plain(pdfAsOnePage(sample(), {{0, 0}, {600, 28000}}));
+    expectHas(text, "/UserUnit 2 ");
+    expectHas(text, "q 0?\\.5 0 0 0?\\.5 0 0 cm");
+    EXPECT_EQ(words("-raw"), "word1\nword2\n\f");
+}
+
 TEST_F(PagesOfPDF, OfWhatIsNoPDFAreAbsent)
 {
     for (const NSData& data : {NSData(), NSData::dataWithBytes(""), NSData::dataWithBytes("no PDF")}) {

@@ -14,6 +14,8 @@ using nlohmann::json;
 constexpr double pointsPerInch = 72;
 // The engine's scale 1 is 96 CSS pixels to the inch.
 constexpr double pointsPerPixelUnscaled = pointsPerInch / 96;
+// How large a view is drawn that nobody looks at.
+constexpr double unseenScale = 0.02;
 constexpr double smallestEngineScale = 0.1;
 // How much of a printed document is fetched at once, in bytes: enough that asking costs nothing, little enough to weigh nothing.
 constexpr int pieceSize = 1 << 19;
@@ -52,14 +54,14 @@ void Printer::setViewSize(NSSize size)
     showViewSize(_viewSize);
 }
 
-void Printer::showViewSize(const std::optional<NSSize>& size)
+void Printer::showViewSize(const std::optional<NSSize>& size, double scale)
 {
     if (!size) {
         _link.send(_link.pageSession, "Emulation.clearDeviceMetricsOverride");
         return;
     }
-    const json parameters = {
-        {"width", std::lround(size->width)}, {"height", std::lround(size->height)}, {"deviceScaleFactor", 1}, {"mobile", false}};
+    const json parameters = {{"width", std::lround(size->width)}, {"height", std::lround(size->height)}, {"deviceScaleFactor", 1},
+        {"mobile", false}, {"scale", scale}};
     _link.send(_link.pageSession, "Emulation.setDeviceMetricsOverride", parameters.dump());
 }
 
@@ -101,14 +103,14 @@ NSSize Printer::showWhole(bool scriptsRun, TimePoint deadline)
     NSSize whole = {before.view.width, before.document.height};
     if (whole.height <= before.view.height)
         return before.document;
-    showViewSize(whole);
+    showViewSize(whole, unseenScale);
     Metrics after = metrics(deadline);
     const int64_t world = makeWorld(deadline);
     if (after.document.height != whole.height) {
         // Something is as high as the view. Left alone, it would grow with every view that is made to hold it.
         showViewSize(before.view);
         run(world, scriptToMeasureHeights(), deadline);
-        showViewSize(whole);
+        showViewSize(whole, unseenScale);
         run(world, scriptToKeepHeights(), deadline);
     }
     if (scriptsRun)
@@ -116,7 +118,7 @@ NSSize Printer::showWhole(bool scriptsRun, TimePoint deadline)
     after = metrics(deadline);
     if (after.document.height != whole.height) {
         whole.height = after.document.height;
-        showViewSize(whole);
+        showViewSize(whole, unseenScale);
         after = metrics(deadline);
     }
     return after.document;
@@ -167,8 +169,10 @@ NSData Printer::picture(bool scriptsRun, TimePoint deadline)
     };
     const Restored restored{*this};
     const NSSize whole = showWhole(scriptsRun, deadline);
+    const double viewWidth = metrics(deadline).view.width;
+    showViewSize(NSSize{viewWidth, whole.height});
     json parameters = {{"format", "png"}, {"optimizeForSpeed", true}};
-    if (whole.width > metrics(deadline).view.width) {
+    if (whole.width > viewWidth) {
         parameters["captureBeyondViewport"] = true;
         parameters["clip"] = {{"x", 0}, {"y", 0}, {"width", whole.width}, {"height", whole.height}, {"scale", 1}};
     }

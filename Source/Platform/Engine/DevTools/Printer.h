@@ -33,7 +33,8 @@ private:
     // Runs a script there, to the end of the promise that it may give. What comes of it is no matter, nor is its failure.
     void run(int64_t world, const std::string& script, TimePoint deadline);
     [[nodiscard]] Metrics metrics(TimePoint deadline);
-    void showViewSize(const std::optional<NSSize>& size);
+    // With a `scale`, what is drawn is that much smaller, and as much quicker; the layout is the same.
+    void showViewSize(const std::optional<NSSize>& size, double scale = 1);
     [[nodiscard]] NSData readStream(const std::string& handle, TimePoint deadline);
 
     EngineLink& _link;
