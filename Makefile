@@ -48,6 +48,13 @@ bench: ## Measure captures against the bare engine, and single operations
 	@$(call build,bench)
 	@Scripts/bench build/bench
 
+.PHONY: soak
+soak: ## Capture CAPTURES (1000) pages with faults, four at a time, and look for leaks
+	@$(BOOTSTRAP) build run test
+	@$(call configure,release)
+	@$(call build,release) --target twwebtool
+	@Scripts/soak $(RELEASE)/twwebtool
+
 .PHONY: format
 format: ## Lay out all source files
 	@$(BOOTSTRAP) lint
