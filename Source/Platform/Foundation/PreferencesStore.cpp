@@ -49,8 +49,18 @@ FileContents unusable(int errnoValue)
     return unusable(NSString::stringWithRepairedUTF8(std::strerror(errnoValue)));
 }
 
+bool isTrusted(uid_t owner)
+{
+    return owner == 0 || owner == ::geteuid();
+}
+
 FileContents readFile(const std::string& path)
 {
+    struct stat entry = {};
+    const bool isLink = ::lstat(path.c_str(), &entry) == 0 && S_ISLNK(entry.st_mode);
+    // Who may make links where settings are looked for must not choose what is read.
+    if (isLink && !isTrusted(entry.st_uid))
+        return unusable(u"it is a link that belongs to another user");
     const OpenFile file(path);
     if (file.descriptor() < 0)
         return errno == ENOENT || errno == ENOTDIR ? FileContents{} : unusable(errno);
@@ -59,6 +69,8 @@ FileContents readFile(const std::string& path)
         return unusable(errno);
     if (!S_ISREG(status.st_mode))
         return unusable(u"it is not a regular file");
+    if (isLink && !isTrusted(status.st_uid))
+        return unusable(u"it is a link to a file that belongs to another user");
 
     std::vector<std::byte> bytes;
     const NSString tooLarge = u"it is too large";

@@ -173,6 +173,23 @@ TEST_F(PreferencesStoreTest, RefusesAFileThatIsTooLarge)
     EXPECT_NE(logOfUnusableDomain().find("it is too large"), std::string::npos);
 }
 
+TEST_F(PreferencesStoreTest, FollowsLinksOfItsUserOnly)
+{
+    write(second, "D", NSDictionary{{u"key", 2}});
+    const std::string link = first.pathOf("D.plist");
+    std::filesystem::create_symlink(second.pathOf("D.plist"), link);
+    EXPECT_EQ(PreferencesStore({first.path().string()}).valueForKey(u"key", u"D").integerValue(), 2);
+    // Only the superuser can give files away; everybody else's links are their own.
+    constexpr uid_t somebody = 4321;
+    ASSERT_TRUE(::lchown(second.pathOf("D.plist").c_str(), somebody, somebody) == 0 || ::geteuid() != 0);
+    const bool isRefused = ::geteuid() == 0;
+    EXPECT_EQ(logOfUnusableDomain().find("it is a link to a file that belongs to another user") != std::string::npos, isRefused);
+    ASSERT_TRUE(::lchown(link.c_str(), somebody, somebody) == 0 || ::geteuid() != 0);
+    PreferencesStore again({first.path().string()});
+    EXPECT_EQ(again.valueForKey(u"key", u"D").isAbsent(), isRefused);
+    EXPECT_EQ(standardError.take().find("it is a link that belongs to another user") != std::string::npos, isRefused);
+}
+
 TEST_F(PreferencesStoreTest, ReportsALinkThatLeadsToItself)
 {
     std::filesystem::create_symlink("D.plist", first.pathOf("D.plist"));
