@@ -1,4 +1,4 @@
-"""Writes the pages that Scripts/bench captures. Usage: pages.py <folder>
+"""Writes the pages that Scripts/bench captures. Usage: pages.py <folder> [page...]
 
 The same bytes on every machine and in every run; nothing of it is kept in the repository because it is 105 MB.
 """
@@ -124,7 +124,8 @@ def heavy(folder):
 def main():
     folder = pathlib.Path(sys.argv[1])
     for page in (small, article, mixed, thousand, tall, heavy):
-        page(folder)
+        if page.__name__ in sys.argv[2:] or not sys.argv[2:]:
+            page(folder)
 
 
 main()

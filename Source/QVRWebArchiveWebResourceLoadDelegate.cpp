@@ -38,7 +38,7 @@ WebResource QVRWebArchiveWebResourceLoadDelegate::archivedResourceForURL(const N
 {
     if (!url || !_urlToResource)
         return {};
-    if (const WebResource exact = _urlToResource->resourceForKey(url.description()))
+    if (WebResource exact = _urlToResource->resourceForKey(url.description()))
         return exact;
     const NSString path = url.path();
     return path.length() > 0 ? _urlToResource->resourceForFileName(path.lastPathComponent()) : WebResource();

@@ -1,22 +1,11 @@
 #include "Platform/Engine/PageEngineFactory.h"
 #include "Platform/Foundation/NSProcessInfo.h"
 #include "Tools/EndRequests.h"
+#include "Tools/StandardStreams.h"
 #include "Tools/webtool.h"
 
 #include <csignal>
 #include <cstdlib>
-#include <fcntl.h>
-#include <unistd.h>
-
-// A standard stream that is closed would be the next file that is opened: the record must not go there.
-static void openStandardStreams()
-{
-    int descriptor = open("/dev/null", O_RDWR);
-    while (descriptor >= 0 && descriptor <= STDERR_FILENO)
-        descriptor = dup(descriptor);
-    if (descriptor > STDERR_FILENO)
-        close(descriptor);
-}
 
 int main()
 {

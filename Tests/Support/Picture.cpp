@@ -77,4 +77,28 @@ double differingShare(const Picture& picture, const Picture& original)
     return static_cast<double>(differing) / static_cast<double>(width * height);
 }
 
+uint32_t Picture::pixelAt(size_t x, size_t y) const
+{
+    const uint8_t* const pixel = bytes.data() + (y * width + x) * 3;
+    return uint32_t(pixel[0]) << 16 | uint32_t(pixel[1]) << 8 | pixel[2];
+}
+
+std::string differenceOf(const Picture& a, const Picture& b)
+{
+    const auto size = [](const Picture& picture) {
+        return std::to_string(picture.width) + " x " + std::to_string(picture.height);
+    };
+    if (a.width != b.width || a.height != b.height)
+        return size(a) + " and " + size(b);
+    size_t count = 0;
+    std::string first;
+    for (size_t y = 0; y < a.height; ++y) {
+        for (size_t x = 0; x < a.width; ++x) {
+            if (a.pixelAt(x, y) != b.pixelAt(x, y) && count++ == 0)
+                first = std::to_string(x) + ", " + std::to_string(y);
+        }
+    }
+    return count ? std::to_string(count) + " of " + size(a) + " pixels, the first at " + first : std::string();
+}
+
 }

@@ -12,6 +12,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 // Names of an engine's frames, documents and resource loads. Opaque; equal texts name the same thing, and nothing is named twice.
@@ -148,7 +149,8 @@ public:
     // response. What the engine has in memory already is not requested.
     virtual void willSendRequest(const OfferedRequest& offered, RequestDecision decide)
     {
-        decide({RequestAnswer::Way::Send, offered.request, {}, {}, {}});
+        const RequestDecision send = std::move(decide);
+        send({RequestAnswer::Way::Send, offered.request, {}, {}, {}});
     }
     // A server wants credentials. There are none to give; the challenge is already cancelled.
     virtual void authenticationRefused(const ResourceID& resource, const NSURLResponse& challenge) = 0;

@@ -3,14 +3,14 @@
 #include "Platform/Web/ResourceLog.h"
 
 #include <algorithm>
-#include <array>
 
 namespace {
 
 bool isLoadable(const NSURL& url)
 {
-    static const std::array<NSString, 3> schemes = {u"http", u"https", u"file"};
-    return std::find(schemes.begin(), schemes.end(), url.scheme().lowercaseString()) != schemes.end();
+    const NSString scheme = url.scheme().lowercaseString();
+    const bool needsHost = scheme == NSString(u"http") || scheme == NSString(u"https");
+    return needsHost ? url.host().length() > 0 : scheme == NSString(u"file");
 }
 
 std::u16string addressOf(const NSURL& url)

@@ -141,9 +141,9 @@ TEST_F(ArchiveLoads, FindWhatFramesWithoutARequestUse)
 
 TEST_F(ArchiveLoads, ShowAnArchiveWithoutAnAddressUnderOneThatStandsForIt)
 {
-    for (const WebResource& main :
-        {WebResource(NSData::dataWithBytes("<p>x"), NSURL(), u"text/html", {}), page(u"about:blank", "<p>x"),
-            page(u"x-msg://1/", "<p>x"), page(u"no address at all", "<p>x"), page(u"javascript:alert(1)", "<p>x")}) {
+    for (const WebResource& main : {WebResource(NSData::dataWithBytes("<p>x"), NSURL(), u"text/html", {}),
+             page(u"about:blank", "<p>x"), page(u"x-msg://1/", "<p>x"), page(u"no address at all", "<p>x"),
+             page(u"javascript:alert(1)", "<p>x"), page(u"http:", "<p>x"), page(u"https:///x", "<p>x")}) {
         show(WebArchive::initWithMainResource(main));
         EXPECT_EQ(loaded, NSURL::URLWithString(u"http://archive.invalid/"));
         EXPECT_EQ(bytesOf(mainAnswer), "<p>x");

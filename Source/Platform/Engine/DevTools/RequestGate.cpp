@@ -61,6 +61,7 @@ void RequestGate::expectOwnLoad(const NSURLRequest& request)
 {
     _ownRequest = request;
     _ownDocument.clear();
+    _redirects.clear();
 }
 
 void RequestGate::handle(const Message& event)
@@ -187,6 +188,8 @@ void RequestGate::send(const Held& held, const NSURLRequest& request) const
 
 void RequestGate::refuse(const Held& held, const NSError& error)
 {
+    if (onRefused)
+        onRefused(held.networkID, error);
     if (held.isDocument) {
         const uint64_t generation = _generation;
         _frames.failDocument(held.networkID, error);
@@ -194,8 +197,6 @@ void RequestGate::refuse(const Held& held, const NSError& error)
             abort(held);
         return;
     }
-    if (onRefused)
-        onRefused(held.networkID, error);
     _link.send(held.session, "Fetch.failRequest",
         R"({"requestId":")" + held.interception + R"(","errorReason":"InternetDisconnected"})");
 }
