@@ -13,7 +13,7 @@ namespace {
 // ways to go on, and is not to stand still at each of them.
 constexpr std::chrono::milliseconds usualPatience{30'000};
 constexpr std::chrono::milliseconds lostPatience{1'000};
-// What printing may take on top of that: documents of a million pixels take less.
+// What printing and painting may take on top of that: documents of a million pixels take less.
 constexpr std::chrono::milliseconds printingTime{120'000};
 
 }
@@ -166,7 +166,7 @@ NSString WebPage::frameElement(const FrameID& frame)
 
 NSData WebPage::picture()
 {
-    return ask([](PageEngine& engine, auto deadline) { return engine.picture(deadline); });
+    return ask([](PageEngine& engine, auto deadline) { return engine.picture(deadline); }, printingTime);
 }
 
 void WebPage::setViewSize(NSSize size)
