@@ -433,6 +433,11 @@ TEST_F(Output, OfARefusedFileIsAPageOnlyWhereSettingsAllow)
     const Captured downloaded = capture(url("/page.zip"), "pdf");
     EXPECT_EQ(downloaded.record.path, folder.pathOf("output/page.zip"));
     std::filesystem::remove(folder.pathOf("output/page.zip"));
+    // There is no document then: one page of it is empty, and there is nothing to paginate.
+    settings["WebToolCreatePDFAfterPolicyChange"] = true;
+    expectPDF(capture(url("/page.zip"), "pdfSinglePage"));
+    EXPECT_TRUE(std::regex_search(plainForm(), std::regex("/MediaBox \\[\\s+0\\s+0\\s+0\\s+0\\s+\\]")));
+    expectError(capture(url("/page.zip"), "pdf"), "com.brackenlow.tarnwick.webtool", 2);
 }
 
 }

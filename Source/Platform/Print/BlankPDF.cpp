@@ -1,6 +1,7 @@
 #include "Platform/Print/BlankPDF.h"
 
-#include <qpdf/QPDF.hh>
+#include "Platform/Print/QPDFHeaders.h"
+
 #include <qpdf/QPDFPageDocumentHelper.hh>
 #include <qpdf/QPDFPageObjectHelper.hh>
 #include <qpdf/QPDFWriter.hh>

@@ -12,7 +12,6 @@
 namespace {
 
 constexpr double referenceDate = 978307200;   // 2001-01-01 00:00:00 UTC, in seconds of the Unix clock
-constexpr int secondsPerMinute = 60;
 
 enum class Form { Text, Date, List };
 struct Attribute {

@@ -2,16 +2,12 @@
 
 #include "Platform/Foundation/NSData.h"
 #include "Platform/Foundation/NSString.h"
+#include "Platform/Print/QPDFHeaders.h"
 
 #include <cstdio>
 #include <functional>
 #include <map>
 #include <memory>
-// The library asks its users to say that they are done with its old pointers.
-#ifndef POINTERHOLDER_TRANSITION
-#define POINTERHOLDER_TRANSITION 4
-#endif
-#include <qpdf/QPDF.hh>
 #include <set>
 #include <string_view>
 
