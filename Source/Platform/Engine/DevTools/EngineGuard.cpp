@@ -70,8 +70,14 @@ void EngineGuard::run()
     sigfillset(&all);
     sigprocmask(SIG_SETMASK, &all, nullptr);
 
-    if (!prepare(*this))
+    if (!prepare(*this)) {
+        // What was made before there was no more room goes, with the descriptors that this takes free.
+        closeAllBut({});
+        std::error_code ignored;
+        if (!folder.empty())
+            std::filesystem::remove_all(folder, ignored);
         _exit(127);
+    }
     commandsToEngine = aboveReserved(commandsToEngine);
     messagesFromEngine = aboveReserved(messagesFromEngine);
     lifeline = aboveReserved(lifeline);
