@@ -19,7 +19,7 @@ std::string text(double number)
     return QPDFObjectHandle::newReal(number, 6).unparse();
 }
 
-QPDFObjectHandle::Rectangle boxOf(QPDFObjectHandle page)
+QPDFObjectHandle::Rectangle boxOf(const QPDFObjectHandle& page)
 {
     return QPDFPageObjectHelper(page).getAttribute("/MediaBox", false).getArrayAsRectangle();
 }
@@ -81,8 +81,8 @@ void scaleContents(PDFFile& file, QPDFObjectHandle page, double factor, std::map
     std::vector<QPDFObjectHandle> contents = {file.addStream("q " + scale + " 0 0 " + scale + " 0 0 cm\n")};
     QPDFObjectHandle old = page.getKey("/Contents");
     if (old.isArray()) {
-        for (const QPDFObjectHandle& each : old.getArrayAsVector())
-            contents.push_back(each);
+        const std::vector<QPDFObjectHandle> all = old.getArrayAsVector();
+        contents.insert(contents.end(), all.begin(), all.end());
     } else if (old.isStream()) {
         contents.push_back(old);
     }
@@ -96,7 +96,7 @@ void scalePages(PDFFile& file, double factor)
 {
     Placements placements;
     std::map<QPDFObjGen, QPDFObjectHandle> scaled;
-    for (QPDFObjectHandle page : file.pages()) {
+    for (const QPDFObjectHandle& page : file.pages()) {
         placements[page.getObjGen()] = {page, factor, 0, 0};
         scaleContents(file, page, factor, scaled);
         const QPDFObjectHandle::Rectangle box = boxOf(page);
@@ -112,7 +112,7 @@ void stackPages(PDFFile& file)
     const std::vector<QPDFObjectHandle> pages = file.pages();
     double height = 0;
     double width = 0;
-    for (QPDFObjectHandle page : pages) {
+    for (const QPDFObjectHandle& page : pages) {
         const QPDFObjectHandle::Rectangle box = boxOf(page);
         height += box.ury - box.lly;
         width = std::max(width, box.urx - box.llx);
