@@ -259,7 +259,7 @@ TEST_F(HostilePage, CannotBeAnAddressOfTheEnginesOwn)
 TEST_F(HostilePage, ThatTakesAllMemoryIsCapturedOrAnError)
 {
     // The engine ends the page's process, or refuses the script the memory, which ends the script only.
-    settings["WebToolMaxCaptureTime"] = int64_t(40);
+    settings["WebToolMaxCaptureTime"] = int64_t(20);
     const Captured captured = captureMarkup("<!DOCTYPE html><title>t</title><p>text<script>const all = []; for (;;) all.push(new "
                                             "Array(1e6).fill(all.length))</script>");
     if (captured.record.hasSucceeded()) {
