@@ -256,18 +256,4 @@ TEST_F(HostilePage, CannotBeAnAddressOfTheEnginesOwn)
     }
 }
 
-TEST_F(HostilePage, ThatTakesAllMemoryIsCapturedOrAnError)
-{
-    // The engine ends the page's process, or refuses the script the memory, which ends the script only.
-    settings["WebToolMaxCaptureTime"] = int64_t(20);
-    const Captured captured = captureMarkup("<!DOCTYPE html><title>t</title><p>text<script>const all = []; for (;;) all.push(new "
-                                            "Array(1e6).fill(all.length))</script>");
-    if (captured.record.hasSucceeded()) {
-        EXPECT_NE(captured.page().find("<p>text"), std::string::npos);
-    } else {
-        EXPECT_EQ(readArchivedError(captured.record.errorData.value_or("")).domain, "NSURLErrorDomain");
-        EXPECT_EQ(namesIn(outputFolder()), std::vector<std::string>());
-    }
-}
-
 }

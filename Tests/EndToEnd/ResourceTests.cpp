@@ -97,6 +97,8 @@ TEST_F(Resources, AreKeptOnceWhenStyleSheetsImportEachOther)
 
 TEST_F(Resources, AreTheImagesOfStyles)
 {
+    // The engine asks for some of them only when it draws.
+    settings["WebToolExtraLoadingTime"] = int64_t(1);
     for (const char* name : {"sheet", "element", "attribute", "list", "border", "content", "mask", "set", "variable"})
         addPicture(name);
     addPicture("unused");

@@ -245,6 +245,7 @@ void NewsTranslator::failProvisional(FrameTree::Entry& entry, const NSError& err
 {
     const Load load = std::exchange(entry.provisional, nullptr);
     load->state = DocumentLoad::State::Failed;
+    load->wasCancelled = error.domain() == NSURLErrorDomain && error.code() == NSURLErrorCancelled;
     // Its resources' own ends may still be told.
     if (entry.abandoned != load->document)
         _page.resources().forget(entry.abandoned);
@@ -262,6 +263,7 @@ void NewsTranslator::failCommitted(FrameTree::Entry& entry, const NSError& error
     if (!load || load->state != DocumentLoad::State::Committed)
         return;
     load->state = DocumentLoad::State::Failed;
+    load->wasCancelled = error.domain() == NSURLErrorDomain && error.code() == NSURLErrorCancelled;
     const NSError told = errorWithFailingURL(error, load->request.URL());
     tellFrames(deliveries, [told, frame = entry.frame](WebFrameLoadDelegate& delegate, WebView& view) {
         delegate.webViewDidFailLoadWithError(view, told, frame);
@@ -591,8 +593,10 @@ void NewsTranslator::engineFailed(const NSError& error)
     if (!main.provisional && _page.requestedLoad())
         start(main, {}, _page.requestedLoad(), deliveries);
     _page.forgetRequestedLoad();
-    // A page that has finished is lost as well: nothing can be read from it any more.
-    if (!main.provisional && main.committed && main.committed->state == DocumentLoad::State::Finished)
+    // A page that has finished is lost as well: nothing can be read from it any more. So is one whose load was cancelled: the engine
+    // cancels what a process was loading before it tells of the process's end.
+    if (!main.provisional && main.committed
+        && (main.committed->state == DocumentLoad::State::Finished || main.committed->wasCancelled))
         main.committed->state = DocumentLoad::State::Committed;
     // The main frame, the first one, comes last: with it the load is over.
     const std::vector<FrameID> frames = _page.frames().allFrames();
