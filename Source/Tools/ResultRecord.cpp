@@ -1,5 +1,6 @@
 #include "Tools/ResultRecord.h"
 
+#include "Platform/Foundation/FileDescriptor.h"
 #include "Platform/Foundation/NSArchiver.h"
 #include "Platform/Foundation/NSException.h"
 #include "Platform/Foundation/NSProcessInfo.h"
@@ -10,7 +11,6 @@
 #include "Tools/SourceFile.h"
 
 #include <atomic>
-#include <cerrno>
 #include <unistd.h>
 
 namespace {
@@ -29,14 +29,7 @@ bool takeAnswer()
 
 void writeToStandardOutput(const NSData& data)
 {
-    std::string_view rest = data.characters();
-    while (!rest.empty()) {
-        const ssize_t count = write(STDOUT_FILENO, rest.data(), rest.size());
-        if (count > 0)
-            rest.remove_prefix(static_cast<size_t>(count));
-        else if (count == 0 || errno != EINTR)
-            break;
-    }
+    (void)writeAll(STDOUT_FILENO, data.bytes());
     close(STDOUT_FILENO);
 }
 

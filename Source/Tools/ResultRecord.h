@@ -42,6 +42,6 @@ public:
 [[nodiscard]] NSData archiveError(const NSError& error);
 // The XML property list of the record; empty when it cannot be made.
 [[nodiscard]] NSData dataFromPropertyList(const NSDictionary& record);
-// Writes the record to the file that the environment variable "OutPath" names, atomically, or else to standard output, which is closed then. A
-// file that cannot be written is logged only.
+// Writes the record to the file that the environment variable "OutPath" names, atomically, or else to standard output, which is
+// closed then. A file that cannot be written is logged only; standard output that fails, or has no room for 30 s, loses the rest.
 void finishWithData(const NSData& data);

@@ -6,8 +6,10 @@
 #include "QVRErrorDescription.h"
 #include "Support/Subprocess.h"
 
+#include <chrono>
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <thread>
 #include <unistd.h>
 
 namespace {
@@ -225,21 +227,28 @@ TEST_F(RecordThatCannotBeWritten, IsLoggedAndNothingElse)
 
 class RecordWithoutAFile : public ToolTest {
 protected:
+    // Calls with `output`, which is closed, as the standard output. Whether the call leaves it closed.
+    template <typename Call>
+    static bool callWithOutput(int output, Call call)
+    {
+        const support::EnvironmentVariable outPath("OutPath", nullptr);
+        std::fflush(stdout);
+        const int original = ::fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 3);
+        ::dup2(output, STDOUT_FILENO);
+        ::close(output);
+        call();
+        const bool isClosed = ::fcntl(STDOUT_FILENO, F_GETFD) < 0;
+        ::dup2(original, STDOUT_FILENO);
+        ::close(original);
+        return isClosed;
+    }
+
     // What the call writes to the standard output, and whether it leaves it closed.
     template <typename Call>
     std::string outputOf(Call call, bool& isClosed) const
     {
-        const support::EnvironmentVariable outPath("OutPath", nullptr);
         const std::string path = folder.write("output", "");
-        std::fflush(stdout);
-        const int original = ::fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 3);
-        const int file = ::open(path.c_str(), O_WRONLY | O_CLOEXEC);
-        ::dup2(file, STDOUT_FILENO);
-        ::close(file);
-        call();
-        isClosed = ::fcntl(STDOUT_FILENO, F_GETFD) < 0;
-        ::dup2(original, STDOUT_FILENO);
-        ::close(original);
+        isClosed = callWithOutput(::open(path.c_str(), O_WRONLY | O_CLOEXEC), call);
         return support::readFile(path);
     }
 };
@@ -258,6 +267,26 @@ TEST_F(RecordWithoutAFile, DoesNotEndTheRunWhenOnlyDataIsWritten)
     bool isClosed = false;
     EXPECT_EQ(outputOf([] { finishWithData(NSData::dataWithBytes("bytes")); }, isClosed), "bytes");
     EXPECT_TRUE(isClosed);
+}
+
+// A host may have made its end non-blocking, and the process's with it.
+TEST_F(RecordWithoutAFile, WaitsForTheReaderOfAPipeThatDoesNotBlock)
+{
+    int ends[2];
+    ASSERT_EQ(::pipe2(ends, O_CLOEXEC | O_NONBLOCK), 0);
+    ASSERT_EQ(::fcntl(ends[0], F_SETFL, 0), 0);
+    const std::string bytes(1 << 20, 'x');
+    std::string received;
+    std::thread reader([&] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));   // the pipe is full by then
+        std::string buffer(1 << 16, '\0');
+        for (ssize_t size; (size = ::read(ends[0], buffer.data(), buffer.size())) > 0;)
+            received.append(buffer, 0, static_cast<size_t>(size));
+    });
+    EXPECT_TRUE(callWithOutput(ends[1], [&] { finishWithData(NSData::dataWithBytes(bytes)); }));
+    reader.join();
+    ::close(ends[0]);
+    EXPECT_EQ(received.size(), bytes.size());
 }
 
 }

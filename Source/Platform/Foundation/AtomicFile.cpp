@@ -124,15 +124,8 @@ bool AtomicFile::report(bool succeeded, NSError* error) const
 
 bool AtomicFile::writeThrough(std::span<const std::byte> bytes)
 {
-    while (!bytes.empty()) {
-        const ssize_t count = ::write(_file.get(), bytes.data(), bytes.size());
-        if (count < 0 && errno == EINTR)
-            continue;
-        if (count <= 0)
-            return fail(count < 0 ? errno : EIO);
-        bytes = bytes.subspan(static_cast<size_t>(count));
-    }
-    return true;
+    const int failure = writeAll(_file.get(), bytes);
+    return failure == 0 || fail(failure);
 }
 
 bool AtomicFile::flush()
@@ -179,7 +172,9 @@ bool AtomicFile::commit(NSError* error)
     // 2. A file without a name gets its own where nothing is to be replaced.
     const bool isNamed =
         _isNameless && linkat(AT_FDCWD, descriptorPath(_file).c_str(), _folder.get(), _name.c_str(), AT_SYMLINK_FOLLOW) == 0;
-    if (!isNamed && _isNameless && !giveTemporaryName())
+    if (isNamed)
+        _temporaryName = _name;   // to be removed again on failure
+    else if (_isNameless && !giveTemporaryName())
         return report(false, error);
     // 3. Network file systems tell some write failures only here.
     if (::close(_file.release()) != 0 && errno != EINTR)

@@ -2,6 +2,8 @@
 
 #include <unistd.h>
 
+#include <cstddef>
+#include <span>
 #include <utility>
 
 // Owns an open file descriptor and closes it at the end; -1 stands for none. It can be moved, not copied.
@@ -32,3 +34,7 @@ public:
 private:
     int _descriptor = -1;
 };
+
+// Writes all bytes, in as many parts as the file takes. One that does not block (a pipe, a terminal) and has no room is waited for, at
+// most `longestWait` milliseconds at a time. The errno value of the failure (EAGAIN when that time was over), else 0.
+[[nodiscard]] int writeAll(int descriptor, std::span<const std::byte> bytes, int longestWait = 30'000);

@@ -68,19 +68,6 @@ int readFile(const std::string& path, std::vector<std::byte>& bytes)
     }
 }
 
-int writeAll(int descriptor, std::span<const std::byte> bytes)
-{
-    while (!bytes.empty()) {
-        const ssize_t count = write(descriptor, bytes.data(), bytes.size());
-        if (count < 0 && errno == EINTR)
-            continue;
-        if (count <= 0)
-            return count < 0 ? errno : EIO;
-        bytes = bytes.subspan(static_cast<size_t>(count));
-    }
-    return 0;
-}
-
 // Writes into the file that is there, or into a new one, which goes again on failure. An errno value, 0 on success.
 int writeInPlace(const std::string& path, std::span<const std::byte> bytes)
 {

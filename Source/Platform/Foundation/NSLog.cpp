@@ -1,11 +1,13 @@
 #include "Platform/Foundation/NSLog.h"
 
+#include "Platform/Foundation/FileDescriptor.h"
+
 #include <array>
 #include <cerrno>
 #include <cstdio>
 #include <ctime>
 #include <memory>
-#include <poll.h>
+#include <span>
 #include <string>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -37,18 +39,7 @@ void writeToStandardError(std::string_view line)
     // A pipe that is nearly full takes a long line in parts: stdio's lock keeps the other threads' lines from getting between them.
     const std::unique_ptr<FILE, decltype(&::funlockfile)> lock(stderr, &::funlockfile);
     ::flockfile(lock.get());
-    while (!line.empty()) {
-        const ssize_t written = ::write(STDERR_FILENO, line.data(), line.size());
-        if (written >= 0) {
-            line.remove_prefix(static_cast<size_t>(written));
-        } else if (errno == EAGAIN) {
-            pollfd error = {STDERR_FILENO, POLLOUT, 0};
-            if (::poll(&error, 1, LongestWait) <= 0)
-                return;
-        } else if (errno != EINTR) {
-            return;
-        }
-    }
+    (void)writeAll(STDERR_FILENO, std::as_bytes(std::span(line)), LongestWait);
 }
 
 void NSLogText(const NSString& text)

@@ -125,15 +125,8 @@ bool DownloadFile::write(std::span<const std::byte> bytes, NSError* error)
 {
     if (_replacement)
         return _replacement->write(bytes, error);
-    while (!bytes.empty()) {
-        const ssize_t count = ::write(_file.get(), bytes.data(), bytes.size());
-        if (count < 0 && errno == EINTR)
-            continue;
-        if (count <= 0)
-            return fail(count < 0 ? errno : EIO, error);
-        bytes = bytes.subspan(static_cast<size_t>(count));
-    }
-    return true;
+    const int failure = writeAll(_file.get(), bytes);
+    return failure == 0 || fail(failure, error);
 }
 
 bool DownloadFile::isAtItsPath() const
