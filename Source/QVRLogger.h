@@ -78,6 +78,16 @@ public:
     // sharedLogger()->isEnabledForArea(area) for places that run often: one table look-up, nothing allocated, no lock.
     [[nodiscard]] static bool isSharedLoggerEnabledForArea(const NSString& area);
 
+    // sharedLogger()->logFile if it has the area switched on. The format is not even made a string otherwise, yet the arguments are: ask
+    // isSharedLoggerEnabledForArea first where they cost something.
+    template <typename... Arguments>
+    static void logFileIfEnabled(const char* file, unsigned long line, const char* function, const NSString& area,
+        std::u16string_view format, const Arguments&... arguments)
+    {
+        if (isSharedLoggerEnabledForArea(area)) [[unlikely]]
+            sharedLogger()->logFile(file, line, function, area, NSString(format), arguments...);
+    }
+
     // An area and the place where it is named.
     struct Site {
         const NSString& area;   // borrowed for the call
@@ -86,14 +96,11 @@ public:
         {
         }
     };
-    // Logs from the caller's file, line and function by the shared logger if the area is switched on. The format is not even made a
-    // string otherwise, yet the arguments are: ask isSharedLoggerEnabledForArea first where they cost something.
+    // The same from the caller's file, line and function.
     template <typename... Arguments>
     static void logIfEnabled(const Site& site, std::u16string_view format, const Arguments&... arguments)
     {
-        if (isSharedLoggerEnabledForArea(site.area)) [[unlikely]]
-            sharedLogger()->logFile(
-                site.location.file, site.location.line, site.location.function, site.area, NSString(format), arguments...);
+        logFileIfEnabled(site.location.file, site.location.line, site.location.function, site.area, format, arguments...);
     }
 
 private:

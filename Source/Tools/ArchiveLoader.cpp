@@ -12,19 +12,8 @@
 namespace {
 
 const NSString LogWebTool = u"LogWebTool";
-// How long a page is believed to need after it has reported that nothing is loading, though something is. Seconds.
-constexpr double trustAfterFinish = 10;
 // What a site that redirects by script is given after each response, and again when it announces a redirect. Seconds.
 constexpr double clientRedirectTime = 2;
-
-// For what is logged whatever areas are switched on.
-template <typename... Arguments>
-void logWithoutArea(unsigned long line, const char* function, std::u16string_view format, const Arguments&... arguments)
-{
-    const auto logger = QVRLogger::sharedLogger();
-    if (logger->isEnabledForArea({}))
-        logger->logFile(sourceFile, line, function, NSString(), NSString(format), arguments...);
-}
 
 }
 
@@ -39,7 +28,7 @@ const NSString& ArchiveLoader::logArea() const
 
 void ArchiveLoader::loadURL(const NSURL& url, const NSString& uid)
 {
-    // 1. to 4. The addresses and the main request.
+    // The addresses and the main request.
     const NSURL webURL = ensureWebURL(url);
     _newURLString = webURL.description();
     _url = processURL(webURL);
@@ -47,16 +36,16 @@ void ArchiveLoader::loadURL(const NSURL& url, const NSString& uid)
     if (doesURLUseClientRedirect(_url))
         _clientRedirect = true;
     _mainRequest = requestForURL(_url);
-    // 5. What the page may do.
+    // What the page may do.
     WebPreferences& preferences = _view->preferences();
     preferences.setJavaScriptEnabled(shouldUseJavaScriptForURL(_url));
     preferences.setJavaEnabled(false);
     preferences.setPlugInsEnabled(shouldEnablePlugIns());
-    // 6. Loading may be switched off.
+    // Loading may be switched off.
     const int64_t most = maxTriesBeforeTimeout();
     if (most == 0 || _error)
         return;
-    // 7. Only time-outs are tried again.
+    // Only time-outs are tried again.
     for (int64_t attempt = 0;;) {
         logFile(sourceFile, __LINE__, __func__, u"Try %lu loading: %@", static_cast<uint64_t>(attempt), _url);
         startLoading();
@@ -87,7 +76,7 @@ bool ArchiveLoader::isErrorFatal()
         }
     }
     if (qvrHasDomain(_error, WebKitErrorDomain, WebKitErrorPlugInWillHandleLoad)) {
-        logWithoutArea(__LINE__, __func__, u"Continuing after error %@", _error);
+        QVRLogger::logFileIfEnabled(sourceFile, __LINE__, __func__, NSString(), u"Continuing after error %@", _error);
         return false;
     }
     if (qvrHasDomain(_error, WebKitErrorDomain, WebKitErrorFrameLoadInterruptedByPolicyChange)) {
@@ -123,10 +112,8 @@ void ArchiveLoader::postProgress(double fraction)
 void ArchiveLoader::progressFinished(const NSNotification& notification)
 {
     Loader::progressFinished(notification);
-    _receivedFinishedNotification = true;
-    if (!qvrBoolForKey(u"WebToolTrustFinishedNotification", HostDomain, true))
+    if (!trustFinishedNotification())
         return;
-    _timeoutDate = NSDate::dateWithTimeIntervalSinceNow(trustAfterFinish);
     logFile(sourceFile, __LINE__, __func__, u"Received finished notification but not done loading so setting timeout date: %@",
         _timeoutDate);
 }
@@ -162,10 +149,12 @@ void ArchiveLoader::webViewResourceDidFailLoadingWithError(WebView&, const Value
     if (qvrHasDomain(error, NSURLErrorDomain, NSURLErrorCancelled))
         return;
     if (qvrBoolForKey(u"WebToolFailOnResourceLoadErrors", HostDomain, false)) {
-        logWithoutArea(__LINE__, __func__, u"Tarnwick [twwebtool] Error loading resource: %@", error);
+        QVRLogger::logFileIfEnabled(
+            sourceFile, __LINE__, __func__, NSString(), u"Tarnwick [twwebtool] Error loading resource: %@", error);
         _error = error;
     } else {
-        logWithoutArea(__LINE__, __func__, u"Tarnwick [twwebtool] Continuing after error loading resource: %@", error);
+        QVRLogger::logFileIfEnabled(sourceFile, __LINE__, __func__, NSString(),
+            u"Tarnwick [twwebtool] Continuing after error loading resource: %@", error);
     }
 }
 

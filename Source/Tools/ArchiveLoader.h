@@ -91,5 +91,4 @@ private:
     NSString _newURLString;
     NSString _processingPrefix;   // while present, redirects do not change the reported address
     bool _clientRedirect = false;
-    bool _receivedFinishedNotification = false;
 };

@@ -35,19 +35,15 @@ WebArchive ArchiveLoader::webArchiveOrFinish(const NSString& path)
         const bool isXML = type == NSString(u"text/xml");
         return usesDOM && !isXML ? frame->DOMDocument().webArchive() : frame->dataSource().webArchive();
     } catch (const NSException& exception) {
-        const auto logger = QVRLogger::sharedLogger();
-        if (logger->isEnabledForArea({})) {
-            logger->logFile(sourceFile, __LINE__, __func__, NSString(),
-                u"Tarnwick encountered an internal Web Kit error '%@' while saving an archive for '%@'. Trying workaround code.",
-                exception, _url);
-        }
+        QVRLogger::logFileIfEnabled(sourceFile, __LINE__, __func__, NSString(),
+            u"Tarnwick encountered an internal Web Kit error '%@' while saving an archive for '%@'. Trying workaround code.",
+            exception, _url);
     }
     try {
         return qvrWebArchive(frame->dataSource());
     } catch (const NSException& exception) {
-        const auto logger = QVRLogger::sharedLogger();
-        if (logger->isEnabledForArea({}))
-            logger->logFile(sourceFile, __LINE__, __func__, NSString(), u"Unable to save Web archive using workaround code");
+        QVRLogger::logFileIfEnabled(
+            sourceFile, __LINE__, __func__, NSString(), u"Unable to save Web archive using workaround code");
         _error = NSError(NSCocoaErrorDomain, NSFileWriteUnknownError,
             {{NSURLErrorKey, _url}, {NSFilePathErrorKey, path}, {u"QVRUnderlyingException", exception.description()}});
         finishWithErrorAndTitleAndURL(_error, pageTitle(), _newURLString, path);

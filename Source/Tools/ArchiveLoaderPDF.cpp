@@ -56,11 +56,8 @@ bool ArchiveLoader::savePDFToPath(const NSString& path, bool singlePage)
     const NSSize paper = NSPrintInfo::sharedPrintInfo().paperSize();
     const NSRect content = {{0, 0}, {paper.width + windowAllowance, paper.height + windowAllowance}};
     NSWindow window(content, NSWindowStyleMaskBorderless, NSBackingStoreRetained, false);
-    _view->setFrameSize(paper);
+    prepareViewForPaper();
     window.contentView().addSubview(*_view);
-    _view->preferences().setShouldPrintBackgrounds(qvrBoolForKey(u"PDFWebBackgrounds", HostDomain, true));
-    const NSString mediaStyle = qvrObjectForKey(u"MediaStylePDF", HostDomain, {}).string();
-    _view->setMediaStyle(mediaStyle ? mediaStyle : NSString(u"screen"));
     const auto frameView = _view->mainFrame()->frameView();
     WebDocumentView* documentView = frameView ? frameView->documentView() : nullptr;
 
@@ -113,16 +110,7 @@ void ArchiveLoader::printPages(WebDocumentView* documentView, const NSString& pa
     NSMutableDictionary settings = NSPrintInfo::sharedPrintInfo().dictionary();
     settings.setObject(NSPrintSaveJob, NSPrintJobDisposition);
     settings.setObject(NSURL::fileURLWithPath(path, false), NSPrintJobSavingURL);
-    NSPrintInfo info(settings);
-    info.setHorizontalPagination(NSFitPagination);
-    info.setVerticalPagination(NSAutoPagination);
-    info.setHorizontallyCentered(false);
-    info.setVerticallyCentered(false);
-    info.setTopMargin(margin());
-    info.setBottomMargin(margin());
-    info.setLeftMargin(margin());
-    info.setRightMargin(margin());
-    NSPrintOperation operation = NSPrintOperation::printOperationWithView(documentView, info);
+    NSPrintOperation operation = NSPrintOperation::printOperationWithView(documentView, printInfoWithSettings(settings));
     operation.setShowsPrintPanel(false);
     operation.setShowsProgressPanel(false);
     if (operation.runOperation())

@@ -15,7 +15,8 @@ namespace {
 
 constexpr const char* sourceFile = "Source/Tools/loader";
 constexpr NSSize viewSize = {612, 612};
-constexpr double slice = 0.2;   // seconds
+constexpr double slice = 0.2;                  // seconds
+constexpr double timeAfterFinishReport = 10;   // seconds
 
 // Stands in the list of what is loading for a page whose first frame has not started.
 const NSString rootPage = u"rootPage";
@@ -61,19 +62,19 @@ void Loader::startLoading()
 
 void Loader::waitUntilDone()
 {
-    // 1. The settings of this wait.
+    // The settings of this wait.
     const bool usesPool = qvrBoolForKey(u"LoaderUsePool", HostDomain, qvrIsMacOSAtLeast10_9());
     bool isGracePeriodOver = false;
     if (const NSString report = std::exchange(_engineReport, {}))
         logFile(sourceFile, __LINE__, __func__, u"%@", report);
     for (;;) {
-        // 2. Each pass has its own pool.
+        // Each pass has its own pool.
         std::optional<NSAutoreleasePool> pool;
         if (usesPool)
             pool.emplace();
-        // 3. What is still loading.
+        // What is still loading.
         logObjectsLoading();
-        // 4. and 5. The early ends. Deliberate: they leave the pass's pool to the one around it.
+        // The early ends. Deliberate: they leave the pass's pool to the one around it.
         const bool hasAllThatIsWanted = _justTitle && hasPageTitle();
         const bool isTimedOut = !hasAllThatIsWanted && _timeoutDate && NSDate::date() > _timeoutDate;
         if (isTimedOut)
@@ -83,10 +84,10 @@ void Loader::waitUntilDone()
                 pool->leaveOpen();
             break;
         }
-        // 6. and 7. A slice, in which all news arrives.
+        // A slice, in which all news arrives.
         postProgress(_view->estimatedProgress());
         NSRunLoop::currentRunLoop().runUntilDate(NSDate::dateWithTimeIntervalSinceNow(slice));
-        // 8. The grace period begins with the first pass that ends with nothing loading. Once over, it stays over.
+        // The grace period begins with the first pass that ends with nothing loading. Once over, it stays over.
         if (_objectsLoading.count() == 0) {
             logFile(sourceFile, __LINE__, __func__, u"Extra wait in loop for WebView to finish loading: %@", _finishDate);
             if (!_finishDate)
@@ -95,11 +96,11 @@ void Loader::waitUntilDone()
             if (NSDate::date() >= _finishDate)
                 isGracePeriodOver = true;
         }
-        // 9. Done, or another pass.
+        // Done, or another pass.
         if (isGracePeriodOver && _objectsLoading.count() == 0)
             break;
     }
-    // 10. The next attempt has a grace period of its own.
+    // The next attempt has a grace period of its own.
     _finishDate = {};
     logFile(sourceFile, __LINE__, __func__, u"done loading: %@", _objectsLoading);
 }
@@ -130,6 +131,14 @@ void Loader::extendFinishDate(double seconds)
 void Loader::progressFinished(const NSNotification&)
 {
     logFile(sourceFile, __LINE__, __func__, u"Progress finished");
+}
+
+bool Loader::trustFinishedNotification()
+{
+    if (!qvrBoolForKey(u"WebToolTrustFinishedNotification", HostDomain, true))
+        return false;
+    _timeoutDate = NSDate::dateWithTimeIntervalSinceNow(timeAfterFinishReport);
+    return true;
 }
 
 void Loader::postProgress(double) { }
@@ -180,9 +189,7 @@ void Loader::webViewDidStartProvisionalLoadForFrame(WebView&, const std::shared_
     _objectsLoading.removeObject(rootPage);
     const NSURL url = frame ? frame->provisionalDataSource().request().URL() : NSURL();
     if (!frame) {
-        const auto logger = QVRLogger::sharedLogger();
-        if (logger->isEnabledForArea({}))
-            logger->logFile(sourceFile, __LINE__, __func__, NSString(), u"didStartProvisionalLoadForFrame got nil frame");
+        QVRLogger::logFileIfEnabled(sourceFile, __LINE__, __func__, NSString(), u"didStartProvisionalLoadForFrame got nil frame");
     } else if (url.scheme() != NSString(u"about")) {
         // Blank and internal frames are never waited for.
         _objectsLoading.addObject(frame);
@@ -238,4 +245,26 @@ void Loader::webViewResourceDidReceiveAuthenticationChallenge(
 {
     challenge.sender()->cancelAuthenticationChallenge(challenge);
     _error = NSError(NSURLErrorDomain, NSURLErrorUserAuthenticationRequired);
+}
+
+void Loader::prepareViewForPaper()
+{
+    _view->setFrameSize(NSPrintInfo::sharedPrintInfo().paperSize());
+    _view->preferences().setShouldPrintBackgrounds(qvrBoolForKey(u"PDFWebBackgrounds", HostDomain, true));
+    const NSString mediaStyle = qvrObjectForKey(u"MediaStylePDF", HostDomain, {}).string();
+    _view->setMediaStyle(mediaStyle ? mediaStyle : NSString(u"screen"));
+}
+
+NSPrintInfo Loader::printInfoWithSettings(const NSDictionary& settings) const
+{
+    NSPrintInfo info(settings);
+    info.setHorizontalPagination(NSFitPagination);
+    info.setVerticalPagination(NSAutoPagination);
+    info.setHorizontallyCentered(false);
+    info.setVerticallyCentered(false);
+    info.setTopMargin(margin());
+    info.setBottomMargin(margin());
+    info.setLeftMargin(margin());
+    info.setRightMargin(margin());
+    return info;
 }

@@ -5,6 +5,7 @@
 #include "Platform/Foundation/NSError.h"
 #include "Platform/Foundation/NSNotificationCenter.h"
 #include "Platform/Foundation/Value.h"
+#include "Platform/Print/NSPrintInfo.h"
 #include "Platform/Web/WebView.h"
 #include "QVRLogger.h"
 
@@ -41,9 +42,7 @@ public:
     void logFile(const char* file, unsigned long line, const char* function, std::u16string_view format,
         const Arguments&... arguments) const
     {
-        const NSString& area = logArea();
-        if (QVRLogger::isSharedLoggerEnabledForArea(area))
-            QVRLogger::sharedLogger()->logFile(file, line, function, area, NSString(format), arguments...);
+        QVRLogger::logFileIfEnabled(file, line, function, logArea(), format, arguments...);
     }
 
     // Removes every cached response and lets none be kept from now on.
@@ -88,6 +87,14 @@ public:
 protected:
     // The error to remember for a failure of the main frame.
     [[nodiscard]] virtual NSError errorToRemember(const NSError& error) { return error; }
+    // Gives a page that has reported that nothing is loading, though something is, 10 seconds more. False, and nothing else, when the
+    // settings do not trust such reports.
+    bool trustFinishedNotification();
+    // Gives the view the size of the default paper, and the backgrounds and media style that the settings want there.
+    void prepareViewForPaper();
+    // `settings` with the page layout of every print: as wide as the paper, broken into pages from the upper left corner, in the margins
+    // of the settings.
+    [[nodiscard]] NSPrintInfo printInfoWithSettings(const NSDictionary& settings) const;
 
     NSMutableArray _objectsLoading = NSMutableArray(std::vector<Value>());   // the text "rootPage" and frames
     NSError _error;

@@ -114,8 +114,6 @@ void finishWithData(const NSData& data)
     NSError error;
     if (data.writeToFile(outPath, NSDataWritingAtomic, &error))
         return;
-    const auto logger = QVRLogger::sharedLogger();
-    if (logger->isEnabledForArea({}))
-        logger->logFile(
-            sourceFile, __LINE__, __func__, NSString(), u"Error writing output to %@: %@", outPath, qvrFullDescription(error));
+    QVRLogger::logFileIfEnabled(
+        sourceFile, __LINE__, __func__, NSString(), u"Error writing output to %@: %@", outPath, qvrFullDescription(error));
 }

@@ -8,8 +8,6 @@
 namespace {
 
 const NSString LogWebReplay = u"LogWebReplay";
-// How long a page is believed to need after it has reported that nothing is loading, though something is. Seconds.
-constexpr double trustAfterFinish = 10;
 // The longest wait, for a page that never reports that. Seconds.
 constexpr double longestWait = 60;
 
@@ -34,17 +32,8 @@ void ReplayLoader::showArchive(const WebArchive& archive)
 
 NSData ReplayLoader::PDF()
 {
-    _view->setFrameSize(NSPrintInfo::sharedPrintInfo().paperSize());
-    _view->preferences().setShouldPrintBackgrounds(qvrBoolForKey(u"PDFWebBackgrounds", HostDomain, true));
-    const NSString mediaStyle = qvrObjectForKey(u"MediaStylePDF", HostDomain, {}).string();
-    _view->setMediaStyle(mediaStyle ? mediaStyle : NSString(u"screen"));
-    NSPrintInfo info(NSPrintInfo::sharedPrintInfo().dictionary());
-    info.setHorizontalPagination(NSFitPagination);
-    info.setVerticalPagination(NSAutoPagination);
-    info.setTopMargin(margin());
-    info.setBottomMargin(margin());
-    info.setLeftMargin(margin());
-    info.setRightMargin(margin());
+    prepareViewForPaper();
+    const NSPrintInfo info = printInfoWithSettings(NSPrintInfo::sharedPrintInfo().dictionary());
     const auto frameView = _view->mainFrame()->frameView();
     WebDocumentView* documentView = frameView ? frameView->documentView() : nullptr;
     return documentView ? documentView->dataWithPDFForPrintInfo(info) : NSData();
@@ -68,8 +57,7 @@ const NSString& ReplayLoader::logArea() const
 void ReplayLoader::progressFinished(const NSNotification& notification)
 {
     Loader::progressFinished(notification);
-    if (qvrBoolForKey(u"WebToolTrustFinishedNotification", HostDomain, true))
-        _timeoutDate = NSDate::dateWithTimeIntervalSinceNow(trustAfterFinish);
+    (void)trustFinishedNotification();
 }
 
 NSError ReplayLoader::errorToRemember(const NSError& error)
