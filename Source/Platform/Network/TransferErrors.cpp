@@ -1,6 +1,6 @@
 #include "Platform/Network/TransferErrors.h"
 
-#include "Platform/Foundation/Value.h"
+#include "Platform/Foundation/LoadErrors.h"
 
 #include <libsoup/soup.h>
 #include <optional>
@@ -93,15 +93,7 @@ NSError errorOrUnknown(std::optional<int64_t> code, const GError& error, const N
 
 NSError transferError(int64_t code, const NSURL& url, const NSString& reason)
 {
-    NSDictionary userInfo;
-    if (reason)
-        userInfo.setObject(reason, NSLocalizedFailureReasonErrorKey);
-    if (url) {
-        userInfo.setObject(url, NSURLErrorFailingURLErrorKey);
-        userInfo.setObject(url.absoluteString(), NSURLErrorFailingURLStringErrorKey);
-        userInfo.setObject(url, NSURLErrorKey);
-    }
-    return NSError(NSURLErrorDomain, code, userInfo);
+    return loadError(NSURLErrorDomain, code, url, reason);
 }
 
 NSError transferErrorFromNetwork(const GError& error, GTlsCertificateFlags certificateErrors, const NSURL& url)

@@ -5,8 +5,7 @@
 
 #include <gio/gio.h>
 
-// An error of NSURLErrorDomain with the failing address under NSURLErrorFailingURLErrorKey, NSURLErrorFailingURLStringErrorKey and
-// NSURLErrorKey. `reason`, if given, becomes the failure reason.
+// An error of NSURLErrorDomain with the failing address as loadError adds it. `reason`, if given, becomes the failure reason.
 [[nodiscard]] NSError transferError(int64_t code, const NSURL& url, const NSString& reason = {});
 
 // The same for what the network libraries report. `certificateErrors` are those of the server's certificate, 0 when there are none or

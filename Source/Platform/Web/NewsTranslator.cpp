@@ -1,8 +1,8 @@
 #include "Platform/Web/NewsTranslator.h"
 
+#include "Platform/Foundation/LoadErrors.h"
 #include "Platform/Foundation/NSNotificationCenter.h"
 #include "Platform/Foundation/NSRunLoop.h"
-#include "Platform/Web/LoadErrors.h"
 #include "Platform/Web/WebPage.h"
 #include "Platform/Web/WebView.h"
 
@@ -92,8 +92,6 @@ void NewsTranslator::frameAttached(const FrameID& frame, const FrameID& parent)
 void NewsTranslator::frameDetached(const FrameID& frame)
 {
     Deliveries deliveries;
-    if (ArchivedPage* archived = _page.archivedPage())
-        archived->frameDetached(frame);
     endRemoved(_page.frames().detach(frame), deliveries);
     deliver(deliveries);
 }
@@ -108,6 +106,8 @@ void NewsTranslator::frameNamed(const FrameID& frame, const NSString& name)
 void NewsTranslator::endRemoved(std::vector<FrameTree::Entry> removed, Deliveries& deliveries)
 {
     for (FrameTree::Entry& entry : removed) {
+        if (ArchivedPage* archived = _page.archivedPage())
+            archived->frameDetached(entry.frame->frameID());
         const auto cancelled = [](const Load& load) {
             return loadError(NSURLErrorDomain, NSURLErrorCancelled, load->request.URL());
         };

@@ -1,6 +1,6 @@
 #include "Platform/Web/ProtocolLoad.h"
 
-#include "Platform/Web/LoadErrors.h"
+#include "Platform/Foundation/LoadErrors.h"
 
 #include <utility>
 

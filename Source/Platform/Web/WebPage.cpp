@@ -1,8 +1,8 @@
 #include "Platform/Web/WebPage.h"
 
 #include "Platform/Foundation/FormatArgument.h"
+#include "Platform/Foundation/LoadErrors.h"
 #include "Platform/Foundation/NSException.h"
-#include "Platform/Web/LoadErrors.h"
 #include "Platform/Web/WebView.h"
 
 #include <algorithm>

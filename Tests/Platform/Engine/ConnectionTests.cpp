@@ -118,7 +118,7 @@ TEST_F(ConnectionTest, ThrowsIgnoredEventsAndUnreadableMessagesAway)
     EXPECT_EQ(news, News{"News"});
 }
 
-TEST_F(ConnectionTest, WaitsForARepliesWhileEventsStayBehind)
+TEST_F(ConnectionTest, WaitsForRepliesWhileEventsStayBehind)
 {
     bool isAnswered = false;
     connection->send({}, "Ask", "{}", [&](const Connection::Reply&) { isAnswered = true; });

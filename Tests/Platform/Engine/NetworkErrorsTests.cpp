@@ -67,8 +67,3 @@ TEST(ErrorFromEngineName, OfAnUnknownNameKeepsItAsTheReason)
     EXPECT_EQ(error.code(), NSURLErrorUnknown);
     EXPECT_EQ(error.localizedFailureReason(), NSString(u"net::ERR_SOMETHING_NEW"));
 }
-
-TEST(LoadError, WithoutAnAddressHasNoFailingAddress)
-{
-    EXPECT_EQ(loadError(NSURLErrorDomain, -1, {}, u"why").userInfo().count(), 1U);
-}

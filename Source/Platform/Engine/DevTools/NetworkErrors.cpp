@@ -1,7 +1,5 @@
 #include "Platform/Engine/DevTools/NetworkErrors.h"
 
-#include "Platform/Foundation/Value.h"
-
 #include <algorithm>
 #include <iterator>
 
@@ -63,19 +61,6 @@ bool fits(const Row& row, std::string_view name)
     return row.name.ends_with('*') ? name.starts_with(row.name.substr(0, row.name.size() - 1)) : name == row.name;
 }
 
-}
-
-NSError loadError(const NSString& domain, int64_t code, const NSURL& url, const NSString& failureReason)
-{
-    NSDictionary userInfo;
-    if (url) {
-        userInfo.setObject(url.absoluteString(), NSURLErrorFailingURLStringErrorKey);
-        userInfo.setObject(url, NSURLErrorFailingURLErrorKey);
-        userInfo.setObject(url, NSURLErrorKey);
-    }
-    if (failureReason)
-        userInfo.setObject(failureReason, NSLocalizedFailureReasonErrorKey);
-    return NSError(domain, code, userInfo);
 }
 
 NSError errorFromEngineName(std::string_view name, const NSURL& url)

@@ -1,10 +1,13 @@
-#include "Platform/Web/LoadErrors.h"
+#include "Platform/Foundation/LoadErrors.h"
 
 #include "Platform/Foundation/Value.h"
 
-NSError loadError(const NSString& domain, int64_t code, const NSURL& url)
+NSError loadError(const NSString& domain, int64_t code, const NSURL& url, const NSString& failureReason)
 {
-    return errorWithFailingURL(NSError(domain, code), url);
+    NSDictionary userInfo;
+    if (failureReason)
+        userInfo.setObject(failureReason, NSLocalizedFailureReasonErrorKey);
+    return errorWithFailingURL(NSError(domain, code, userInfo), url);
 }
 
 NSError errorWithFailingURL(const NSError& error, const NSURL& url)
