@@ -3,6 +3,7 @@
 #include "Platform/Engine/DevTools/EngineGuard.h"
 #include "Platform/Engine/PageEngineErrors.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <csignal>
@@ -20,6 +21,8 @@
 #include <unistd.h>
 
 namespace {
+
+constexpr std::chrono::seconds longestEnd(5);   // of the engine and what it leaves
 
 struct Pipe {
     FileDescriptor readEnd;
@@ -171,9 +174,14 @@ EngineProcess::~EngineProcess()
 {
     _lifeline.reset();
     // The guard holds the status pipe until its work is done; its end is the end of everything.
+    const auto deadline = std::chrono::steady_clock::now() + longestEnd;
     pollfd news = {_status.get(), POLLIN, 0};
-    for (int rounds = 0; rounds < 2; ++rounds) {
-        if (poll(&news, 1, 5000) <= 0)
+    while (true) {
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
+        const int count = poll(&news, 1, std::max(static_cast<int>(left.count()), 0));
+        if (count < 0 && errno == EINTR)
+            continue;
+        if (count <= 0)
             return;
         int ignored;
         if (read(_status.get(), &ignored, sizeof ignored) <= 0)

@@ -19,10 +19,12 @@
 class EngineProcess {
 public:
     struct Options {
-        std::string executable;   // path of the engine command
-        std::vector<std::string>
-            flags;   // command-line arguments beside those that this class adds (profile folder, protocol pipe)
-        std::optional<EngineUser> user = {};   // whom the processes and the folder belong to; absent: this process's user
+        // Path of the engine command.
+        std::string executable;
+        // Command-line arguments beside those that this class adds (profile folder, protocol pipe).
+        std::vector<std::string> flags;
+        // Whom the processes and the folder belong to; absent: this process's user.
+        std::optional<EngineUser> user = {};
     };
 
     // Where private folders are made: the environment variable TMPDIR, else "/tmp".
@@ -30,7 +32,7 @@ public:
     // Starts the engine and returns at once; whether it lives is learnt from its pipe. Absent result with `*error` set when no folder,
     // pipe or process can be made.
     [[nodiscard]] static std::unique_ptr<EngineProcess> start(const Options& options, NSError* error);
-    // Ends the engine and returns when all its processes and its folder are gone (bounded: 5 seconds).
+    // Ends the engine and returns when all its processes and its folder are gone, after 5 seconds at the latest.
     ~EngineProcess();
     EngineProcess(const EngineProcess&) = delete;
     EngineProcess& operator=(const EngineProcess&) = delete;
