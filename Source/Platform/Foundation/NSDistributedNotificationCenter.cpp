@@ -3,6 +3,7 @@
 #include "Platform/Foundation/DistributedNotice.h"
 #include "Platform/Foundation/NSException.h"
 #include "Platform/Foundation/NSLog.h"
+#include "Platform/Foundation/ObjectPointer.h"
 
 #include <algorithm>
 #include <chrono>
@@ -24,12 +25,6 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 constexpr auto ConnectingGrace = std::chrono::milliseconds(100);
-
-struct Unref {
-    void operator()(gpointer object) const { g_object_unref(object); }
-};
-template <typename Object>
-using Owned = std::unique_ptr<Object, Unref>;
 
 NSString takeText(GError* error)
 {
@@ -84,7 +79,7 @@ struct NSDistributedNotificationCenter::Shared {
 
     const std::optional<std::string> address;
     const Report report;
-    const Owned<GCancellable> cancellable;
+    const ObjectPointer<GCancellable> cancellable;
 
     std::mutex mutex;
     std::condition_variable changed;
@@ -92,7 +87,7 @@ struct NSDistributedNotificationCenter::Shared {
     Clock::time_point connectingSince;
     std::deque<DistributedNotice> queue;
     size_t underWay = 0;   // how many at the front of the queue are being sent
-    Owned<GDBusConnection> connection;
+    ObjectPointer<GDBusConnection> connection;
 
     // Whoever calls it holds the lock on the mutex; it is released for the report.
     void giveUp(std::unique_lock<std::mutex>& lock, const NSString& why);
@@ -135,7 +130,7 @@ void NSDistributedNotificationCenter::Shared::run()
     const UnheardContext unheard;
     ::pthread_setname_np(::pthread_self(), "notifications");
     GError* error = nullptr;
-    Owned<GDBusConnection> opened(g_dbus_connection_new_for_address_sync(address->c_str(),
+    ObjectPointer<GDBusConnection> opened(g_dbus_connection_new_for_address_sync(address->c_str(),
         static_cast<GDBusConnectionFlags>(
             G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT | G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION),
         nullptr, cancellable.get(), &error));
@@ -177,7 +172,7 @@ NSString NSDistributedNotificationCenter::Shared::send(GDBusConnection* bus, con
 {
     GError* error = nullptr;
     for (const DistributedNotice& notice : notices) {
-        const Owned<GDBusMessage> message(notice.message());
+        const ObjectPointer<GDBusMessage> message(notice.message());
         if (!g_dbus_connection_send_message(bus, message.get(), G_DBUS_SEND_MESSAGE_FLAGS_NONE, nullptr, &error))
             return takeText(error);
     }

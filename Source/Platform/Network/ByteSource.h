@@ -2,8 +2,8 @@
 
 #include "Platform/Foundation/NSError.h"
 #include "Platform/Foundation/NSURLResponse.h"
+#include "Platform/Foundation/ObjectPointer.h"
 #include "Platform/Network/BodyDecoder.h"
-#include "Platform/Network/ObjectPointer.h"
 
 #include <cstddef>
 #include <cstdint>

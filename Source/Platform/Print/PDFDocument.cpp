@@ -11,8 +11,6 @@
 
 namespace {
 
-constexpr double referenceDate = 978307200;   // 2001-01-01 00:00:00 UTC, in seconds of the Unix clock
-
 enum class Form { Text, Date, List };
 struct Attribute {
     const NSString& name;
@@ -41,12 +39,12 @@ NSDate dateFromText(const std::string& text)
     broken.tm_hour = parts.hour;
     broken.tm_min = parts.minute + parts.tz_delta;
     broken.tm_sec = parts.second;
-    return NSDate::dateWithTimeIntervalSinceReferenceDate(static_cast<double>(timegm(&broken)) - referenceDate);
+    return NSDate::dateWithTimeIntervalSinceReferenceDate(static_cast<double>(timegm(&broken)) - NSTimeIntervalSince1970);
 }
 
 std::string textFromDate(const NSDate& date)
 {
-    const auto seconds = static_cast<time_t>(std::floor(date.timeIntervalSinceReferenceDate() + referenceDate));
+    const auto seconds = static_cast<time_t>(std::floor(date.timeIntervalSinceReferenceDate() + NSTimeIntervalSince1970));
     std::tm broken = {};
     gmtime_r(&seconds, &broken);
     return QUtil::qpdf_time_to_pdf_time(
