@@ -1,4 +1,5 @@
 #include "Platform/Engine/PageEngineFactory.h"
+#include "Platform/Engine/SilentPageEngineClient.h"
 #include "Platform/Foundation/NSException.h"
 #include "Support/TestServer.h"
 #include "Support/Waiting.h"
@@ -12,7 +13,7 @@ using namespace std::chrono_literals;
 namespace {
 
 // The real engine, with a page from a server.
-class PrinterTest : public testing::Test, public PageEngineClient {
+class PrinterTest : public testing::Test, public SilentPageEngineClient {
 protected:
     PrinterTest()
     {
@@ -63,33 +64,9 @@ protected:
     NSError failure;
 
 private:
-    void frameAttached(const FrameID&, const FrameID&) override { }
-    void frameDetached(const FrameID&) override { }
-    void frameNamed(const FrameID&, const NSString&) override { }
-    void decideNavigation(const NavigationAction&, PolicyDecision decide) override { decide(PolicyAnswer::Use); }
-    void navigationStarted(const FrameID&, const DocumentID&, const NSURLRequest&) override { }
-    void navigationRedirected(const FrameID&, const NSURLRequest&) override { }
-    void decideResponse(const FrameID&, const NSURLRequest&, const NSURLResponse&, PolicyDecision decide) override
-    {
-        decide(PolicyAnswer::Use);
-    }
-    void navigationCommitted(const FrameID&, const DocumentID&, const NSURLResponse&) override { }
     void navigationFailed(const FrameID&, const NSError& error) override { failure = error; }
     void documentFinished(const FrameID&) override { isFinished = true; }
     void documentFailed(const FrameID&, const NSError& error) override { failure = error; }
-    void titleChanged(const FrameID&, const NSString&) override { }
-    void clientRedirectScheduled(const FrameID&, const NSURL&, double) override { }
-    void clientRedirectCleared(const FrameID&) override { }
-    void newWindowRefused(const NSURLRequest&, const NSString&) override { }
-    void resourceRequested(
-        const ResourceID&, const FrameID&, const DocumentID&, const NSURLRequest&, const NSURLResponse&) override
-    {
-    }
-    void resourceResponded(const ResourceID&, const NSURLResponse&) override { }
-    void resourceReceivedData(const ResourceID&, int64_t) override { }
-    void resourceFinished(const ResourceID&) override { }
-    void resourceFailed(const ResourceID&, const NSError&) override { }
-    void authenticationRefused(const ResourceID&, const NSURLResponse&) override { }
     void engineFailed(const NSError& error) override { failure = error; }
 };
 
