@@ -140,11 +140,10 @@ NSString qvrStringByEnsuringSuffix(const NSString& string, const NSString& suffi
     return !string || !suffix || string.hasSuffix(suffix) ? string : string.stringByAppendingString(suffix);
 }
 
-NSString qvrStringByAddingSuffix(const NSString& stem, const NSString& suffix, uint64_t trimmingStemToTotal)
+NSString qvrStringByAddingSuffix(const NSString& stem, const NSString& suffix, uint64_t total)
 {
     if (!stem)
         return {};
-    const uint64_t total = trimmingStemToTotal;
     if (suffix.length() > total) {
         // The place is part of the failure's text, which readers of logs know.
         static constexpr const char* operation = "-[NSString(QVRMunging) qvrStringByAddingSuffix:trimmingStemToTotal:]";
@@ -186,20 +185,20 @@ NSString qvrStringByExpandingKeysInDictionary(const NSString& string, const NSDi
     return expanded;
 }
 
-NSString qvrStringByChunking(const NSString& string, uint64_t length, const NSString& with)
+NSString qvrStringByChunking(const NSString& string, uint64_t length, const NSString& separator)
 {
     const std::u16string_view units = string.units();
     if (units.size() < 2)
         return string;
     QVRFunctions::checkPrecondition(length != 0, "n != 0", string, "-[NSString(QVRMunging) qvrStringByChunking:with:]");
     std::u16string chunked;
-    chunked.reserve(units.size() + (units.size() - 1) / length * with.length());
+    chunked.reserve(units.size() + (units.size() - 1) / length * separator.length());
     for (size_t start = 0; start < units.size();) {
         const size_t count = std::min<uint64_t>(length, units.size() - start);
         chunked.append(units.substr(start, count));
         start += count;
         if (start < units.size())
-            chunked.append(with.units());
+            chunked.append(separator.units());
     }
     return chunked;
 }

@@ -42,7 +42,7 @@
 // `total` units. Deliberate: the units are those of the canonical decompositions, as file systems may count them; the result keeps
 // its own composition. The suffix stands alone when nothing of the stem can stay. A suffix longer than `total` is a programming error:
 // the assertion "suffix: 'SUFFIX' length: TOTAL".
-[[nodiscard]] NSString qvrStringByAddingSuffix(const NSString& stem, const NSString& suffix, uint64_t trimmingStemToTotal);
+[[nodiscard]] NSString qvrStringByAddingSuffix(const NSString& stem, const NSString& suffix, uint64_t total);
 // Every occurrence of `target` replaced, by a literal search.
 [[nodiscard]] NSString qvrStringByReplacingString(const NSString& string, const NSString& target, const NSString& withString);
 [[nodiscard]] NSString qvrStringByReplacingFirstOccurrenceOfString(
@@ -53,4 +53,4 @@
 [[nodiscard]] NSString qvrStringByExpandingKeysInDictionary(const NSString& string, const NSDictionary& dictionary);
 // With `separator` after every `length` units that are followed by more. 0 is a programming error unless the text has fewer than two
 // units: the assertion "Precondition Failed: n != 0".
-[[nodiscard]] NSString qvrStringByChunking(const NSString& string, uint64_t length, const NSString& with);
+[[nodiscard]] NSString qvrStringByChunking(const NSString& string, uint64_t length, const NSString& separator);

@@ -17,7 +17,7 @@ struct NSNotificationObserver::Registration {
     }
 };
 
-NSNotificationObserver& NSNotificationObserver::operator=(NSNotificationObserver&& other)
+NSNotificationObserver& NSNotificationObserver::operator=(NSNotificationObserver&& other) noexcept
 {
     if (this != &other) {
         remove();

@@ -12,8 +12,8 @@
 class NSNotificationObserver {
 public:
     NSNotificationObserver() = default;   // observes nothing
-    NSNotificationObserver(NSNotificationObserver&&) = default;
-    NSNotificationObserver& operator=(NSNotificationObserver&& other);
+    NSNotificationObserver(NSNotificationObserver&&) noexcept = default;
+    NSNotificationObserver& operator=(NSNotificationObserver&& other) noexcept;
     ~NSNotificationObserver() { remove(); }
 
     // Ends the registration: the handler is not called any more, also not by a posting that is under way, unless it is running.

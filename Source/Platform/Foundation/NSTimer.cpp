@@ -52,7 +52,7 @@ NSTimer NSTimer::scheduledTimerWithTimeInterval(double seconds, bool repeats, st
     return NSTimer(std::move(state));
 }
 
-NSTimer& NSTimer::operator=(NSTimer&& other)
+NSTimer& NSTimer::operator=(NSTimer&& other) noexcept
 {
     if (this != &other) {
         invalidate();

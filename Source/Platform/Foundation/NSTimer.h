@@ -8,8 +8,8 @@
 class NSTimer {
 public:
     NSTimer() = default;   // not valid
-    NSTimer(NSTimer&&) = default;
-    NSTimer& operator=(NSTimer&& other);
+    NSTimer(NSTimer&&) noexcept = default;
+    NSTimer& operator=(NSTimer&& other) noexcept;
     ~NSTimer() { invalidate(); }
 
     // Calls `block` `seconds` from now and, when it repeats, again after each further `seconds`. Firings that could not take place in

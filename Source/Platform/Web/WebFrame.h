@@ -52,7 +52,6 @@ public:
 
     [[nodiscard]] Class classObject() const override { return Class("WebFrame"); }
     // "<WebFrame: 0xaddress>".
-    [[nodiscard]] NSString description() const override { return NSObject::description(); }
 
 private:
     friend class DOMDocument;

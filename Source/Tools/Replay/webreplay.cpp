@@ -87,7 +87,7 @@ int replay(const ReplayOptions& options, const PageEngineMaker& makeEngine)
     if (options.outputPath) {
         const NSData data = outputOf(loader, options.output);
         if (!data)
-            return fail(NSString::stringWithFormat(u"%@ shows nothing that could be written.", options.archivePath));
+            return fail(NSString::stringWithFormat(u"%@ shows nothing that could be written", options.archivePath));
         if (!data.writeToFile(options.outputPath, NSDataWritingAtomic, &error))
             return fail(NSString::stringWithFormat(u"%@ could not be written: %@", options.outputPath, wordsOf(error)));
     }

@@ -1,7 +1,6 @@
 #pragma once
 
 #include "Platform/Engine/DevTools/Message.h"
-#include "Platform/Foundation/NSTimer.h"
 #include "Platform/Foundation/RunLoopFileSource.h"
 
 #include <chrono>

@@ -330,9 +330,9 @@ void FrameTracker::navigated(const JSONView& content, const std::string& session
     started->document = document;
     started->isLoading = true;
     NSURLResponse response;
-    if (const auto known_response = _responses.find(document); known_response != _responses.end()) {
-        response = known_response->second;
-        _responses.erase(known_response);
+    if (const auto knownResponse = _responses.find(document); knownResponse != _responses.end()) {
+        response = knownResponse->second;
+        _responses.erase(knownResponse);
     } else {
         response = NSURLResponse(requestFor(url).URL(), description.string("mimeType"), NSURLResponseUnknownLength, {});
     }
