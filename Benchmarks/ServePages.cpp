@@ -1,5 +1,5 @@
-// Serves a folder over HTTP on loopback, from memory, as cheaply as it can, and besides "/gibibyte.bin", so many bytes that nothing
-// compresses. Usage: bench-server <folder>
+// Serves a folder over HTTP on loopback, from memory, as cheaply as it can, and besides "/gibibyte.bin", so many bytes that
+// nothing compresses. Usage: bench-server <folder>
 // Prints its address and serves until its standard input ends.
 
 #include "Support/TemporaryFolder.h"

@@ -1,6 +1,6 @@
-// What site rules cost a capture when their lists hold many hosts. "Rules" is the work for one capture: its host is looked for in each
-// list, and its substitutions are made; for 100,000 entries that is to stay far below 50 ms. "Reading" is what the settings file with
-// these entries costs before, once in a process, by its form.
+// What site rules cost a capture when their lists hold many hosts. "Rules" is the work for one capture: its host is looked for in
+// each list, and its substitutions are made; for 100,000 entries that is to stay far below 50 ms. "Reading" is what the settings
+// file with these entries costs before, once in a process, by its form.
 
 #include "Platform/Foundation/NSPropertyListSerialization.h"
 #include "Platform/Foundation/PreferencesStore.h"

@@ -1,5 +1,5 @@
-// Each string operation on texts of 1 KiB to 1 MiB (in UTF-16 units), beside the bare ICU call that it rests on, where there is one.
-// The time of an operation grows with the length of its text; "BigO" at the end of each group says how.
+// Each string operation on texts of 1 KiB to 1 MiB (in UTF-16 units), beside the bare ICU call that it rests on, where there is
+// one. The time of an operation grows with the length of its text; "BigO" at the end of each group says how.
 
 #include "Platform/Foundation/Value.h"
 #include "QVRPath.h"

@@ -22,7 +22,8 @@ inline void require(bool holds, const char* property)
     }
 }
 
-// The input as a text: UTF-16 units, unpaired surrogates included, when it begins with the byte 0xff, else UTF-8 with its faults repaired.
+// The input as a text: UTF-16 units, unpaired surrogates included, when it begins with the byte 0xff, else UTF-8
+// with its faults repaired.
 inline NSString textOf(const uint8_t* bytes, size_t size)
 {
     if (size > 0 && bytes[0] == 0xff) {

@@ -1,4 +1,5 @@
-// The entry of a fuzz target that is not built for fuzzing: gives it every file of the folders that are named on the command line.
+// The entry of a fuzz target that is not built for fuzzing: gives it every file of the folders that are
+// named on the command line.
 
 #include <algorithm>
 #include <cstddef>

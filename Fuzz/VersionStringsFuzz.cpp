@@ -1,4 +1,5 @@
-// Version strings: they are read exactly when they have two or three parts, and a version that was read is read again from its text.
+// Version strings: they are read exactly when they have two or three parts, and a version that was read is
+// read again from its text.
 
 #include "FuzzSupport.h"
 #include "Platform/Foundation/NSProcessInfo.h"

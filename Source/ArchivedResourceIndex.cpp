@@ -12,8 +12,8 @@ void ArchivedResourceIndex::setResource(const WebResource& resource, const NSStr
         return;
     }
     _entries.push_back({key, resource});
-    // A name holds no "/", so a key ends in "/" and that name exactly when the name is all that follows the key's last "/". The one
-    // component that is a "/" itself is looked for as "//".
+    // A name holds no "/", so a key ends in "/" and that name exactly when the name is all that follows the key's last "/". The
+    // one component that is a "/" itself is looked for as "//".
     const size_t slash = key.units().rfind(u'/');
     if (slash == std::u16string_view::npos)
         return;

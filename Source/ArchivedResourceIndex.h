@@ -8,8 +8,8 @@
 #include <unordered_map>
 #include <vector>
 
-// Resources by the texts of their addresses, in the order in which the addresses were first set. Every operation takes constant time,
-// however many there are.
+// Resources by the texts of their addresses, in the order in which the addresses were first set. Every operation takes constant
+// time, however many there are.
 class ArchivedResourceIndex {
 public:
     ArchivedResourceIndex() = default;
@@ -21,8 +21,8 @@ public:
     void setResource(const WebResource& resource, const NSString& key);
     // Absent when there is none.
     [[nodiscard]] WebResource resourceForKey(const NSString& key) const;
-    // The resource of the first key that ends in "/" and `name`, which is the last component of some path: a text without "/", or "/"
-    // itself. Absent when no key does.
+    // The resource of the first key that ends in "/" and `name`, which is the last component of some path: a text without "/", or
+    // "/" itself. Absent when no key does.
     [[nodiscard]] WebResource resourceForFileName(const NSString& name) const;
 
 private:

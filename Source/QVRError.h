@@ -8,9 +8,10 @@
 #include <cstdint>
 #include <optional>
 
-// The library's errors. An error is immutable: context is added on its way up by operations that give a new one with the same domain
-// and code. None of them fails. What is absent is stored as a placeholder, and which one differs on purpose, since readers of the
-// records rely on it: the text "<nil>", the null object, or the empty text, as each operation says. An absent error stays absent.
+// The library's errors. An error is immutable: context is added on its way up by operations that give a new one with the
+// same domain and code. None of them fails. What is absent is stored as a placeholder, and which one differs on purpose,
+// since readers of the records rely on it: the text "<nil>", the null object, or the empty text, as each operation says. An
+// absent error stays absent.
 
 inline const NSString QVRErrorDomain = u"QVRErrorDomain";
 
@@ -45,13 +46,13 @@ inline const NSString QVRIsInAppSandbox = u"QVRIsInAppSandbox";               //
 // An error of QVRErrorDomain with just this user info.
 [[nodiscard]] NSError QVRError1(int64_t code, const NSDictionary& userInfo);
 
-// An error that tells its place in the source. The four entries replace those of the same keys in `userInfo`, which may be absent.
-// C strings are UTF-8; "<nil>" is stored for a null pointer.
+// An error that tells its place in the source. The four entries replace those of the same keys in `userInfo`, which may be
+// absent. C strings are UTF-8; "<nil>" is stored for a null pointer.
 [[nodiscard]] NSError qvrErrorWithDomain(const NSString& domain, int64_t code, const char* file, uint64_t line,
     const char* function, const char* codeString, const NSDictionary& userInfo);
 
-// A stated requirement (`object`, usually its text) was not met. An absent object is stored as "". Where the stack-trace capability
-// is installed (see QVRStackTrace.h), the recovery suggestion is the current call stack.
+// A stated requirement (`object`, usually its text) was not met. An absent object is stored as "". Where the stack-trace
+// capability is installed (see QVRStackTrace.h), the recovery suggestion is the current call stack.
 [[nodiscard]] NSError qvrRequirementFailedError(const Value& object, const NSDictionary& userInfo = {});
 
 // An error of the library's domain about `failingObject`, "<nil>" when absent.
@@ -60,16 +61,16 @@ inline const NSString QVRIsInAppSandbox = u"QVRIsInAppSandbox";               //
 // A key in a file or request is not supported.
 [[nodiscard]] NSError qvrErrorWithUnsupportedKey(const Value& key, const NSURL& forURL);
 
-// A file holds an object of another class than expected: NSCocoaErrorDomain, NSFileReadCorruptFileError. The address's path is stored
-// as "<nil>" when there is none; object and classes as in qvrErrorBySettingFailingObject.
+// A file holds an object of another class than expected: NSCocoaErrorDomain, NSFileReadCorruptFileError. The address's path is
+// stored as "<nil>" when there is none; object and classes as in qvrErrorBySettingFailingObject.
 [[nodiscard]] NSError qvrErrorWithFailingObject(
     const Value& object, const std::optional<Class>& expectedClass, const NSURL& forURL);
 
 // A value differs from the expected one. Absent values are stored as "<nil>"; the description prints them as "(null)".
 [[nodiscard]] NSError qvrErrorWithActualValue(const Value& actual, const Value& expected, const Value& forKey);
 
-// Whether `actual` equals `expected`. An absent actual value never does. When false, the error of qvrErrorWithActualValue with this
-// operation's stack frame goes to `*error` if given; when true, `*error` is left untouched.
+// Whether `actual` equals `expected`. An absent actual value never does. When false, the error of qvrErrorWithActualValue with
+// this operation's stack frame goes to `*error` if given; when true, `*error` is left untouched.
 [[nodiscard]] bool qvrCheckValue(const Value& actual, const Value& expected, const Value& forKey, NSError* error = nullptr);
 
 // The one step under all setters: the error with `object`, or "<nil>" when absent, under `forKey`. An absent key changes nothing.
@@ -99,8 +100,8 @@ inline const NSString QVRIsInAppSandbox = u"QVRIsInAppSandbox";               //
 
 // Under QVRFailingObject; the null object when absent.
 [[nodiscard]] NSError qvrErrorBySettingFailingObject(const NSError& error, const Value& object);
-// The same, then the expected class ("<nil>" when absent) under QVRExpectedType and the object's class (the null object when there is
-// no object) under QVRActualType.
+// The same, then the expected class ("<nil>" when absent) under QVRExpectedType and the object's class (the null object when
+// there is no object) under QVRActualType.
 [[nodiscard]] NSError qvrErrorBySettingFailingObject(
     const NSError& error, const Value& object, const std::optional<Class>& expectedClass);
 
@@ -111,7 +112,7 @@ inline const NSString QVRIsInAppSandbox = u"QVRIsInAppSandbox";               //
 
 // Whether the error has this domain and this code. False for an absent error.
 [[nodiscard]] bool qvrHasDomain(const NSError& error, const NSString& domain, int64_t code);
-// Whether the error says that a file may not be written, or read by the POSIX code: NSCocoaErrorDomain 513 or 512, NSPOSIXErrorDomain
-// EACCES, or NSCocoaErrorDomain 13.
+// Whether the error says that a file may not be written, or read by the POSIX code: NSCocoaErrorDomain 513 or 512,
+// NSPOSIXErrorDomain EACCES, or NSCocoaErrorDomain 13.
 // Deliberate: the last pair puts the POSIX number under the platform's domain, which some callers do.
 [[nodiscard]] bool qvrIsFilePermissionsError(const NSError& error);

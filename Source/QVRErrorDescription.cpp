@@ -14,8 +14,8 @@
 #include <vector>
 
 namespace {
-// Writes descriptions in one pass: instead of indenting a finished text again at every level, each new line is followed at once by
-// the blanks of all levels around it.
+// Writes descriptions in one pass: instead of indenting a finished text again at every level, each new line is followed at once
+// by the blanks of all levels around it.
 class Printer {
 public:
     void printError(const NSError& error);

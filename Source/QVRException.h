@@ -5,7 +5,8 @@
 // Key in the user info of a QVRException: the location text made by describe() (a string).
 inline const NSString QVRExceptionLocation = u"QVRExceptionLocation";
 
-// Names of the exceptions that QVRFunctions throws: the one it takes when the caller gives none, and the one of a failed assertion.
+// Names of the exceptions that QVRFunctions throws: the one it takes when the caller gives none, and the one of a failed
+// assertion.
 inline const NSString QVRExceptionName = u"QVRException";
 inline const NSString QVRAssertionFailedException = u"QVRAssertionFailedException";
 

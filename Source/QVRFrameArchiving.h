@@ -7,8 +7,8 @@
 #include <memory>
 #include <vector>
 
-// Web archives made frame by frame, for pages whose view fails to make one. Exceptions are those of the data sources: what concerns a frame's sub-resources is
-// caught, anything else passes to the caller.
+// Web archives made frame by frame, for pages whose view fails to make one. Exceptions are those of the data sources: what
+// concerns a frame's sub-resources is caught, anything else passes to the caller.
 
 // The archive of the data source's own frame and all frames below it.
 [[nodiscard]] WebArchive qvrWebArchive(const WebDataSource& dataSource);

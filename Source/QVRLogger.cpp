@@ -47,8 +47,8 @@ private:
     std::mutex _lock;
     std::shared_ptr<QVRLogger> _logger;
     std::atomic<const QVRAreaSwitches*> _switches = nullptr;
-    // Kept to the end of the process, since another thread may still be reading one. There is one for each logger that was ever set,
-    // which is one in most processes.
+    // Kept to the end of the process, since another thread may still be reading one. There is one for each logger that was ever
+    // set, which is one in most processes.
     std::vector<std::unique_ptr<const QVRAreaSwitches>> _allSwitches;
 };
 

@@ -21,8 +21,8 @@ inline const NSString QVRLoggerIncludeArea = u"QVRLoggerIncludeArea";           
 inline const NSString QVRLoggerPrefix = u"QVRLoggerPrefix";       // any value: the first part of the prefix; default absent
 inline const NSString QVRLoggerAllAreas = u"QVRLoggerAllAreas";   // every area is switched on; default off
 
-// Diagnostic output by areas, such as "LogWebTool". A logger does not ask whether an area is switched on before it writes; its callers
-// do, so that a message nobody wants is never put together:
+// Diagnostic output by areas, such as "LogWebTool". A logger does not ask whether an area is switched on before it writes; its
+// callers do, so that a message nobody wants is never put together:
 //
 //     if (QVRLogger::isSharedLoggerEnabledForArea(LogWebTool))
 //         QVRLogger::sharedLogger()->logFile(__FILE__, __LINE__, __func__, LogWebTool, u"Loaded %@", title);
@@ -32,8 +32,8 @@ inline const NSString QVRLoggerAllAreas = u"QVRLoggerAllAreas";   // every area 
 // Any thread may log. The options are fixed when a logger is made: later changes of the settings do not reach it.
 class QVRLogger : public NSObject {
 public:
-    // The logger of the process or, before one is set, a new one at each call for which every area is switched on, so that nothing is
-    // lost before the set-up. Never null.
+    // The logger of the process or, before one is set, a new one at each call for which every area is switched on, so that
+    // nothing is lost before the set-up. Never null.
     [[nodiscard]] static std::shared_ptr<QVRLogger> sharedLogger();
     // Makes `logger` the logger of the process; null takes it away.
     static void setSharedLogger(std::shared_ptr<QVRLogger> logger);
@@ -46,8 +46,8 @@ public:
     [[nodiscard]] static std::shared_ptr<QVRLogger> initDisposableLogger();
     // Areas and options from one preferences domain; the defaults alone when there is no such domain.
     [[nodiscard]] static std::shared_ptr<QVRLogger> initWithPersistentDomainName(const NSString& domainName);
-    // Areas and options from `dictionary`, which may be absent; what it does not hold has its default. The lines go to the system log
-    // where there is one, else to NSLog.
+    // Areas and options from `dictionary`, which may be absent; what it does not hold has its default. The lines go to the system
+    // log where there is one, else to NSLog.
     [[nodiscard]] static std::shared_ptr<QVRLogger> initWithDefaultsDictionary(const NSDictionary& dictionary);
 
     // A logger that writes by `writer`, which must not be null.
@@ -59,8 +59,8 @@ public:
     // A missing option is off; so is one whose value is neither number nor text.
     [[nodiscard]] bool isOptionEnabled(const NSString& key) const;
 
-    // Puts the prefix together as the options say, expands the format and writes both. `file` and `function` are UTF-8. The parts of
-    // the prefix stand in this order, a blank between them: the QVRLoggerPrefix value, area, file and line, thread, function.
+    // Puts the prefix together as the options say, expands the format and writes both. `file` and `function` are UTF-8. The parts
+    // of the prefix stand in this order, a blank between them: the QVRLoggerPrefix value, area, file and line, thread, function.
     template <typename... Arguments>
     void logFile(const char* file, unsigned long line, const char* function, const NSString& area, const NSString& format,
         const Arguments&... arguments)
@@ -78,8 +78,8 @@ public:
     // sharedLogger()->isEnabledForArea(area) for places that run often: one table look-up, nothing allocated, no lock.
     [[nodiscard]] static bool isSharedLoggerEnabledForArea(const NSString& area);
 
-    // sharedLogger()->logFile if it has the area switched on. The format is not even made a string otherwise, yet the arguments are: ask
-    // isSharedLoggerEnabledForArea first where they cost something.
+    // sharedLogger()->logFile if it has the area switched on. The format is not even made a string otherwise, yet the arguments
+    // are: ask isSharedLoggerEnabledForArea first where they cost something.
     template <typename... Arguments>
     static void logFileIfEnabled(const char* file, unsigned long line, const char* function, const NSString& area,
         std::u16string_view format, const Arguments&... arguments)

@@ -11,8 +11,9 @@
 #include <string>
 #include <unordered_map>
 
-// Writes each line to the system log, at its error level and under a category of its own for each area, and repeats it on standard
-// error as "DATE [SUBSYSTEM] LINE" (local time). While the environment says "QVRIsInXcode", standard error alone gets it.
+// Writes each line to the system log, at its error level and under a category of its own for each area, and
+// repeats it on standard error as "DATE [SUBSYSTEM] LINE" (local time). While the environment says "QVRIsInXcode",
+// standard error alone gets it.
 //
 // A line of more than 255 UTF-8 bytes becomes several entries of about 128 UTF-16 units of message, each with the whole prefix.
 class QVROSLogWriter : public QVRLogWriter {
@@ -30,11 +31,12 @@ public:
 
     // "com.brackenlow." and the name of the process.
     [[nodiscard]] NSString subsystem() const;
-    // The log object of category "QVRLogger.AREA", or "QVRLogger" for an absent area. Made on first use and kept; shared with the caller.
+    // The log object of category "QVRLogger.AREA", or "QVRLogger" for an absent area. Made on first use and
+    // kept; shared with the caller.
     [[nodiscard]] os_log_t logForArea(const NSString& area);
 
-    // The UTF-8 form, or when a surrogate is unpaired "UTF-8 error: " and the text with every character that is not ASCII escaped by
-    // a backslash. Nothing when that fails too.
+    // The UTF-8 form, or when a surrogate is unpaired "UTF-8 error: " and the text with every character that is not ASCII escaped
+    // by a backslash. Nothing when that fails too.
     [[nodiscard]] virtual std::optional<std::string> cStringFromString(const NSString& string) const;
 
     // The message cut at its line ends, empty lines left out, and each line cut by splitLine at 128.

@@ -7,19 +7,19 @@
 #include <cstdint>
 
 // Strings that hold POSIX paths, and the files behind them. Nothing here reports an error: a question about a file that cannot be
-// asked is answered with false, the reference date or an empty array. An absent string is accepted everywhere: asked for a string or
-// array it gives an absent one, otherwise false or 0. Safe from any thread.
+// asked is answered with false, the reference date or an empty array. An absent string is accepted everywhere: asked for a string
+// or array it gives an absent one, otherwise false or 0. Safe from any thread.
 
-// Fixed limits, not what a certain file system allows: of a file name in UTF-16 units of its canonical decomposition (255), and of a
-// path (1024).
+// Fixed limits, not what a certain file system allows: of a file name in UTF-16 units of its canonical decomposition
+// (255), and of a path (1024).
 [[nodiscard]] uint64_t qvrMaxFileNameCharacters();
 [[nodiscard]] uint64_t qvrMaxPathLength();
 
 // File names. "/" becomes ":", and U+FFFC (which stands for an object in a text) is left out.
 [[nodiscard]] NSString qvrMakeFileNameCharactersValid(const NSString& name);
-// The same, and shortened to `maxLength` units (of the decomposition) by whole characters at the end of the stem, the extension kept.
-// Without `withExtension` the name's own extension is kept; else `name` is the stem and the extension is added, with a dot unless it
-// is empty. A dot and extension longer than `maxLength` fail the assertion of qvrStringByAddingSuffix.
+// The same, and shortened to `maxLength` units (of the decomposition) by whole characters at the end of the stem, the extension
+// kept. Without `withExtension` the name's own extension is kept; else `name` is the stem and the extension is added, with a dot
+// unless it is empty. A dot and extension longer than `maxLength` fail the assertion of qvrStringByAddingSuffix.
 [[nodiscard]] NSString qvrMakeFileNameValid(const NSString& name);
 [[nodiscard]] NSString qvrMakeFileNameValidWithExtension(const NSString& name, const NSString& withExtension);
 [[nodiscard]] NSString qvrMakeFileNameValidWithExtension(const NSString& name, const NSString& withExtension, uint64_t maxLength);
@@ -34,7 +34,8 @@
 [[nodiscard]] NSString qvrChild(const NSString& path, const NSString& name);
 [[nodiscard]] NSString qvrWithExtension(const NSString& path, const NSString& extension);   // "." and the extension appended
 
-// Whether both are the same text once they are standardised (NSString::stringByStandardizingPath). Letter case and composition count.
+// Whether both are the same text once they are standardised (NSString::stringByStandardizingPath). Letter
+// case and composition count.
 [[nodiscard]] bool qvrPathIsEqual(const NSString& path, const NSString& other);
 // Whether `other` is `path` or, component by component, lies inside it; both are standardised first. False for an absent `other`.
 [[nodiscard]] bool qvrPathContainsPath(const NSString& path, const NSString& other);

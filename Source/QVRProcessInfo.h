@@ -10,15 +10,16 @@
 // changes the environment.
 
 // Whether the system is at least as new as a release of the platform. The three oldest questions compare the Foundation's version
-// number, rounded down; the one about a beta compares it as it is. With NSFoundationVersionNumber, the stand-in on Linux, the answers
-// are true, true, true and false.
+// number, rounded down; the one about a beta compares it as it is. With NSFoundationVersionNumber, the stand-in on Linux, the
+// answers are true, true, true and false.
 [[nodiscard]] bool qvrIsMacOSAtLeast10_8(double foundationVersion = NSFoundationVersionNumber);
 [[nodiscard]] bool qvrIsMacOSAtLeast10_9(double foundationVersion = NSFoundationVersionNumber);
 [[nodiscard]] bool qvrIsMacOSAtLeast10_10(double foundationVersion = NSFoundationVersionNumber);
 [[nodiscard]] bool qvrIsMacOSAtLeast10_15DeveloperBeta5(double foundationVersion = NSFoundationVersionNumber);
-// The later questions compare version records, and the system's own version here is the kernel's release: qvrIsOperatingSystemAtLeastVersion
-// of 6.1.0 is true on Linux 6.1. So the questions below, which ask for 10.11 and more, are false on kernels before that number. Ask the
-// part of the platform that you want to use whether it is there instead (such as QVROSLogWriter::isOSLogAvailable).
+// The later questions compare version records, and the system's own version here is the kernel's release:
+// qvrIsOperatingSystemAtLeastVersion of 6.1.0 is true on Linux 6.1. So the questions below, which ask for 10.11 and more, are
+// false on kernels before that number. Ask the part of the platform that you want to use whether it is there instead (such as
+// QVROSLogWriter::isOSLogAvailable).
 [[nodiscard]] bool qvrIsOperatingSystemAtLeastVersion(const NSOperatingSystemVersion& version);
 [[nodiscard]] bool qvrIsMacOSAtLeast10_11();
 [[nodiscard]] bool qvrIsMacOSAtLeast10_12();
@@ -31,9 +32,9 @@
 
 // The kernel's release as "6.1.0"; a number that it does not give is 0.
 [[nodiscard]] NSString qvrOSVersionString();
-// Reads two or three numbers between dots; a part counts by its leading number, without one as 0 ("10.x" is 10.0.0). On success sets
-// `*version`. False for any other count of parts, and when `version` is null; then an error of NSOSStatusErrorDomain, code -50, goes to
-// `*error` if given, and `*version` is left untouched.
+// Reads two or three numbers between dots; a part counts by its leading number, without one as 0 ("10.x" is 10.0.0). On success
+// sets `*version`. False for any other count of parts, and when `version` is null; then an error of NSOSStatusErrorDomain, code
+// -50, goes to `*error` if given, and `*version` is left untouched.
 [[nodiscard]] bool qvrGetOperatingSystemVersion(
     NSOperatingSystemVersion* version, const NSString& fromString, NSError* error = nullptr);
 
@@ -60,9 +61,9 @@ void qvrSetMaximumOpenFilesCount(uint64_t count);
 [[nodiscard]] int32_t qvrSysctlInt32ForKey(const NSString& name);
 [[nodiscard]] int64_t qvrSysctlInt64ForKey(const NSString& name);
 
-// Whether a process of the current real user runs under this command name, letter case counting (see QVRProcessTable.h: a name of 17
-// bytes or more never matches). `processFolder` is where the kernel shows its processes. A table that cannot be read is a broken
-// promise: it throws NSInternalInconsistencyException, "Invalid parameter not satisfying: err == 0".
+// Whether a process of the current real user runs under this command name, letter case counting (see QVRProcessTable.h: a name of
+// 17 bytes or more never matches). `processFolder` is where the kernel shows its processes. A table that cannot be read is a
+// broken promise: it throws NSInternalInconsistencyException, "Invalid parameter not satisfying: err == 0".
 [[nodiscard]] bool qvrIsBSDProcessRunning(const NSString& name, const char* processFolder = "/proc");
 
 // Asks the system not to end the process while it seems idle. Does nothing: this system ends no process for that reason.

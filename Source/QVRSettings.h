@@ -8,8 +8,8 @@
 
 #include <cstdint>
 
-// Reads of settings with a default, which is returned when the setting is missing or has the wrong form; that is never an error. An
-// absent key is a programming error: the assertion "Precondition Failed: key". Nothing is ever written. Safe from any thread.
+// Reads of settings with a default, which is returned when the setting is missing or has the wrong form; that is never an error.
+// An absent key is a programming error: the assertion "Precondition Failed: key". Nothing is ever written. Safe from any thread.
 
 // Settings of another application: its `domain`, such as "com.brackenlow.Tarnwick", is read from the preferences store whatever
 // `defaults` holds. What counts as a boolean or an integer is the store's rule (see CFPreferences.h).

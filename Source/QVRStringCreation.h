@@ -35,8 +35,9 @@ inline constexpr int64_t QVRStringEncodingErrorCode = 501;
 // The text of one code point; absent when `character` is no Unicode scalar value (a surrogate, or above U+10FFFF).
 [[nodiscard]] NSString qvrStringWith32BitCharacter(uint32_t character);
 
-// Decodes all of `data`. Absent when the bytes are not valid in `encoding` or there is no such encoding; then the error
-// (QVRStringDecodingErrorCode) goes to `*error` if given. On success `*error` is left untouched. Empty data gives the empty string.
+// Decodes all of `data`. Absent when the bytes are not valid in `encoding` or there is no such encoding; then
+// the error (QVRStringDecodingErrorCode) goes to `*error` if given. On success `*error` is left untouched. Empty
+// data gives the empty string.
 [[nodiscard]] NSString qvrStringWithData(const NSData& data, NSStringEncoding encoding, NSError* error = nullptr);
 // Encodes all of `string`, nothing replaced. Absent when a character has no form in `encoding`; then the error
 // (QVRStringEncodingErrorCode) goes to `*error` if given. On success `*error` is left untouched.

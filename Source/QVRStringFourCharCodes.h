@@ -8,8 +8,8 @@
 
 // The text of a code; qvrUnknownCode() for 0.
 [[nodiscard]] NSString qvrStringWithFourCharCode(uint32_t code);
-// The code that a text shows; 0 when it has a character outside Mac OS Roman, and for an absent text. A text of other than four units
-// is a programming error: the assertion "Precondition Failed: [self length] == 4".
+// The code that a text shows; 0 when it has a character outside Mac OS Roman, and for an absent text. A text of other than four
+// units is a programming error: the assertion "Precondition Failed: [self length] == 4".
 [[nodiscard]] uint32_t qvrFourCharCodeValue(const NSString& string);
 
 // The text that stands for "no code": four U+0000.

@@ -23,8 +23,8 @@ const icu::Normalizer2& decomposition()
     return *instance;
 }
 
-// The units that one character has when decomposed. Putting marks into canonical order changes no length, so the decomposed length of
-// a text is the sum over its characters.
+// The units that one character has when decomposed. Putting marks into canonical order changes no length, so the decomposed
+// length of a text is the sum over its characters.
 size_t decomposedLength(const icu::Normalizer2& normalizer, UChar32 character)
 {
     if (character < 0x80)

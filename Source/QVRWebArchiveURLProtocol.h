@@ -5,9 +5,9 @@
 #include "Platform/Foundation/NSURLRequest.h"
 #include "Platform/Foundation/Value.h"
 
-// The archived-resource record: what a request is to be answered with, in place of the network. It travels inside the request, is copied
-// with it, and is never sent. Entries, each left out when the resource has no such value: "url" (an address), "mimeType" (a string),
-// "data" (data), "textEncodingName" (a string).
+// The archived-resource record: what a request is to be answered with, in place of the network. It travels inside the request, is
+// copied with it, and is never sent. Entries, each left out when the resource has no such value: "url" (an address), "mimeType"
+// (a string), "data" (data), "textEncodingName" (a string).
 inline const NSString QVRArchivedResourceKey = u"QVRArchivedResourceKey";
 
 // The record of `request`; absent when it has none.
@@ -31,8 +31,8 @@ public:
     void startLoading() override;
     void stopLoading() override { }
 
-    // The parts of the answer: the response, which leads to the second, and the data with the end. Nothing without a client. The argument
-    // does not count.
+    // The parts of the answer: the response, which leads to the second, and the data with the end. Nothing without a client. The
+    // argument does not count.
     void qvrSendResponse(const Value& ignored = {});
     void qvrSendData(const Value& ignored = {});
 };

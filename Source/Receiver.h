@@ -6,8 +6,8 @@
 #include <concepts>
 #include <cstddef>
 
-// The object that a location text or an assertion is about. All that matters is whether there is one and whether it is a class, so
-// anything can be passed: a value, something that converts to one, a pointer to an object of any type, a Class, or nothing.
+// The object that a location text or an assertion is about. All that matters is whether there is one and whether it is a class,
+// so anything can be passed: a value, something that converts to one, a pointer to an object of any type, a Class, or nothing.
 class Receiver {
 public:
     enum class Kind { Absent, Instance, Class };

@@ -7,8 +7,8 @@
 
 class WebDocumentView;
 
-// Captures one page: prepares its address, loads it in as many attempts as it takes, tells the host how far it has come, and saves it as a Web
-// archive, or downloads what is not a page. The saving operations end the run.
+// Captures one page: prepares its address, loads it in as many attempts as it takes, tells the host how far it has come, and
+// saves it as a Web archive, or downloads what is not a page. The saving operations end the run.
 class ArchiveLoader final : public Loader, public NSURLDownloadDelegate {
 public:
     // As Loader's.
@@ -22,12 +22,14 @@ public:
     // Ends the run when the error is fatal.
     void failIfFatalError();
 
-    // Saves the page as a Web archive and ends the run. When there is no page to archive, the file is downloaded into the folder of `path` instead.
+    // Saves the page as a Web archive and ends the run. When there is no page to archive, the file is downloaded into the
+    // folder of `path` instead.
     void saveWebArchive(const NSString& path);
-    // Whether a PDF can be made of the page: it is no frameset, and nothing that was left to be downloaded (unless a setting allows that).
+    // Whether a PDF can be made of the page: it is no frameset, and nothing that was left to be downloaded
+    // (unless a setting allows that).
     [[nodiscard]] bool canCreatePDF() const;
-    // Prints the page, on paper or on one page of its own size, into the folder of `path` under the name of `path` with the extension "pdf", and ends
-    // the run. Returns false, and only then returns, when there is no file after printing.
+    // Prints the page, on paper or on one page of its own size, into the folder of `path` under the name of `path` with the
+    // extension "pdf", and ends the run. Returns false, and only then returns, when there is no file after printing.
     [[nodiscard]] bool savePDFToPath(const NSString& path, bool singlePage);
     // Whether the page is a frameset.
     [[nodiscard]] bool isShowingFrames() const;

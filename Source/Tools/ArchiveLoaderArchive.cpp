@@ -24,7 +24,8 @@ void ArchiveLoader::saveWebArchive(const NSString& path)
     downloadInstead(path);
 }
 
-// The page's archive, made frame by frame when the view fails to make it; absent when there is no page. Ends the run when both ways fail.
+// The page's archive, made frame by frame when the view fails to make it; absent when there is no page. Ends the
+// run when both ways fail.
 WebArchive ArchiveLoader::webArchiveOrFinish(const NSString& path)
 {
     const auto frame = _view->mainFrame();

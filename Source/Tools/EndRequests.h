@@ -13,13 +13,13 @@
 #include <optional>
 #include <thread>
 
-// What ends a capture from outside: the signals by which a process is asked to end (SIGTERM, SIGINT, SIGHUP), and the host's time limit.
-// The run then gives an error record, NSURLErrorCancelled or NSURLErrorTimedOut, with the address and without title and path, and
-// throws RunEnded out of the run of the run loop that is under way. Where no run loop runs because the main thread is stuck, a
-// thread of this object's own gives the record some seconds later and ends the process with status 0.
+// What ends a capture from outside: the signals by which a process is asked to end (SIGTERM, SIGINT, SIGHUP), and the host's time
+// limit. The run then gives an error record, NSURLErrorCancelled or NSURLErrorTimedOut, with the address and without title and
+// path, and throws RunEnded out of the run of the run loop that is under way. Where no run loop runs because the main thread is
+// stuck, a thread of this object's own gives the record some seconds later and ends the process with status 0.
 //
-// Made and destroyed on the main thread; one per process at a time. While it lives, the three signals are blocked in this thread and
-// in those that it starts, and only the first answer of all threads is given.
+// Made and destroyed on the main thread; one per process at a time. While it lives, the three signals are blocked in this thread
+// and in those that it starts, and only the first answer of all threads is given.
 class EndRequests {
 public:
     // `address` is the record's where nobody knows better.

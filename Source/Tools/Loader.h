@@ -19,8 +19,9 @@ inline const NSString HostDomain = u"com.brackenlow.Tarnwick";
 // Makes the engine of a loader's view.
 using PageEngineMaker = std::function<std::unique_ptr<PageEngine>(const PageEngineOptions&)>;
 
-// Drives one offscreen view through the load of a page and knows when the page is done: when nothing has been loading for the grace period,
-// when a title is known and only that is wanted, or when the time-out date has passed. Main thread only; one per process.
+// Drives one offscreen view through the load of a page and knows when the page is done: when nothing has been loading
+// for the grace period, when a title is known and only that is wanted, or when the time-out date has passed. Main
+// thread only; one per process.
 class Loader : public WebFrameLoadDelegate, public WebPolicyDelegate, public WebResourceLoadDelegate {
 public:
     // Empties the URL cache for good, and makes the view: 612 × 612 points, 8.5 inches at 72 points each.
@@ -74,7 +75,8 @@ public:
     void webViewDidFailLoadWithError(WebView&, const NSError& error, const std::shared_ptr<WebFrame>& frame) override;
     void webViewDidFinishLoadForFrame(WebView&, const std::shared_ptr<WebFrame>& frame) override;
 
-    // Only what the program or the page's own scripts load is used; whatever a person would do with the page is ignored, so that the capture stays on it.
+    // Only what the program or the page's own scripts load is used; whatever a person would do with the page is ignored, so that
+    // the capture stays on it.
     void webViewDecidePolicyForNavigationAction(WebView&, const NSDictionary& actionInformation, const NSURLRequest& request,
         const std::shared_ptr<WebFrame>& frame, const Listener& listener) override;
     // Ignored.
@@ -87,13 +89,13 @@ public:
 protected:
     // The error to remember for a failure of the main frame.
     [[nodiscard]] virtual NSError errorToRemember(const NSError& error) { return error; }
-    // Gives a page that has reported that nothing is loading, though something is, 10 seconds more. False, and nothing else, when the
-    // settings do not trust such reports.
+    // Gives a page that has reported that nothing is loading, though something is, 10 seconds more. False, and nothing else, when
+    // the settings do not trust such reports.
     bool trustFinishedNotification();
     // Gives the view the size of the default paper, and the backgrounds and media style that the settings want there.
     void prepareViewForPaper();
-    // `settings` with the page layout of every print: as wide as the paper, broken into pages from the upper left corner, in the margins
-    // of the settings.
+    // `settings` with the page layout of every print: as wide as the paper, broken into pages from the upper left corner, in the
+    // margins of the settings.
     [[nodiscard]] NSPrintInfo printInfoWithSettings(const NSDictionary& settings) const;
 
     NSMutableArray _objectsLoading = NSMutableArray(std::vector<Value>());   // the text "rootPage" and frames

@@ -12,7 +12,8 @@ inline constexpr int64_t WebToolErrorBadArguments = 1;   // wrong number of argu
 inline constexpr int64_t WebToolErrorPrintFailed = 2;    // the page could not be printed
 inline constexpr int64_t WebToolErrorEngine = 3;         // no page engine, or one that does not start or answer
 
-// Thrown when the run has given its answer: whoever started it ends the process with status 0. It is no failure, and no NSException.
+// Thrown when the run has given its answer: whoever started it ends the process with status 0. It is no
+// failure, and no NSException.
 struct RunEnded { };
 
 // While one lives, only the first answer of all threads is given.
@@ -26,8 +27,8 @@ public:
 
 // The only way the host learns the outcome. Each operation writes one result record and throws RunEnded.
 //
-// The record's entries, in this order: "succeeded" (boolean, whether `error` is absent), "errorData" (data: archiveError) and "errorString" (the error's
-// localised description) when there is an error, "title", "url" and "path" when they are given.
+// The record's entries, in this order: "succeeded" (boolean, whether `error` is absent), "errorData" (data: archiveError) and
+// "errorString" (the error's localised description) when there is an error, "title", "url" and "path" when they are given.
 [[noreturn]] void finishWithErrorAndTitleAndURL(
     const NSError& error, const NSString& title, const NSString& url, const NSString& path);
 // The same without the end of the run, from any thread. False when another thread gives, or gave, the answer.
@@ -37,8 +38,8 @@ public:
 // NSURLErrorBadURL for an address that makes no usable URL, which is the record's "url" too.
 [[noreturn]] void finishWithBadURL(const NSString& address);
 
-// The non-keyed archive of the error reduced to what the host can always read back: domain, code, and of its user info the failing address, description, file
-// path, URL, failure reason and recovery suggestion.
+// The non-keyed archive of the error reduced to what the host can always read back: domain, code, and of its user info the
+// failing address, description, file path, URL, failure reason and recovery suggestion.
 [[nodiscard]] NSData archiveError(const NSError& error);
 // The XML property list of the record; empty when it cannot be made.
 [[nodiscard]] NSData dataFromPropertyList(const NSDictionary& record);

@@ -1,5 +1,5 @@
 #pragma once
 
-// Opens what is closed of standard input, output and error, so that none of them is the next file that is opened: what is written to it
-// must not go there.
+// Opens what is closed of standard input, output and error, so that none of them is the next file that is opened: what is written
+// to it must not go there.
 void openStandardStreams();

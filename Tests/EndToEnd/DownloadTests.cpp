@@ -35,8 +35,8 @@ class Downloads : public CaptureTest {
 protected:
     Downloads() { timeout = 20s; }
 
-    // The path under which the file at `address` was downloaded, without its folder; "" for a failure. The record and the file are checked, and that
-    // nothing but the file came into being.
+    // The path under which the file at `address` was downloaded, without its folder; "" for a failure. The record and the file
+    // are checked, and that nothing but the file came into being.
     std::string nameOfDownload(const std::string& address, const std::string& expectedBody = data)
     {
         const std::vector<std::string> before = namesIn(outputFolder());
@@ -496,7 +496,8 @@ TEST_F(Downloads, IntoAFolderThatCannotBeWrittenFail)
     EXPECT_EQ(readArchivedError(captured.record.errorData.value_or("")).value("NSFilePath"), "/proc/file.bin");
 }
 
-// A folder that holds `space` bytes and no more: a file system of its own where that may be made, else one whose files may not grow.
+// A folder that holds `space` bytes and no more: a file system of its own where that may be made, else one
+// whose files may not grow.
 class FullDisk {
 public:
     // More than the engine needs for files of its own, which the limit counts for too.

@@ -103,7 +103,8 @@ TEST_F(OddResponses, WithTwoTypesAreOneOfThem)
 
 TEST_F(OddResponses, ThatHaveNothingToShowEndInOneRecord)
 {
-    // The load is cancelled, which is forgiven; then there is no page, and the address is fetched as a file, which is empty or nothing.
+    // The load is cancelled, which is forgiven; then there is no page, and the address is fetched as a file,
+    // which is empty or nothing.
     for (const int code : {204, 205, 304}) {
         SCOPED_TRACE(code);
         const size_t before = server.requests("/page").size();

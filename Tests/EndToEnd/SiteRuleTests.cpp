@@ -169,8 +169,8 @@ TEST_F(SiteRules, SwitchAllScriptsOffWithoutALogLine)
     EXPECT_EQ(captured.logCount("Disabling JavaScript"), 0U);
 }
 
-// Well-known hosts: engines ask many of them over TLS whatever the address says. All names lead to a server of the test's own that
-// speaks it, and the engine takes its certificate.
+// Well-known hosts: engines ask many of them over TLS whatever the address says. All names lead to a server of the test's own
+// that speaks it, and the engine takes its certificate.
 class BuiltInSiteRules : public SiteRules {
 protected:
     BuiltInSiteRules()

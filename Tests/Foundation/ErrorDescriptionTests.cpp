@@ -304,8 +304,8 @@ TEST_F(ErrorFromException, TakesNoCurrentStackTraceWhenExceptionsOfferNone)
     EXPECT_EQ(info.objectForKey(NSLocalizedFailureReasonErrorKey), Value(u"Name - why\nStack Trace: <unknown>"));
 }
 
-// The queries belong to the process type as a whole while the guard asks its instances, so even a process whose query answers true
-// gets no flag; whoever "repairs" the guard changes what readers of the records see.
+// The queries belong to the process type as a whole while the guard asks its instances, so even a process whose query answers
+// true gets no flag; whoever "repairs" the guard changes what readers of the records see.
 TEST_F(ErrorFromException, NeverAddsTheBuildVariantFlags)
 {
     settings.write(NSProcessInfo::processInfo().processName().UTF8(), "<key>QVRAppSandbox</key><true/>");

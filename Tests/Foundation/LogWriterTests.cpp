@@ -115,8 +115,8 @@ std::vector<std::string> linesThroughPipe(const std::function<void()>& body)
     return lines;
 }
 
-// 16 threads write 1,000 lines each; every line must come out whole, and each thread's lines in their order. One thread's lines are
-// longer than a pipe takes at once.
+// 16 threads write 1,000 lines each; every line must come out whole, and each thread's lines in their order. One thread's lines
+// are longer than a pipe takes at once.
 void expectWholeLines(QVRLogWriter& writer, const std::string& head)
 {
     constexpr size_t threadCount = 16;

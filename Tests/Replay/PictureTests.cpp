@@ -138,8 +138,8 @@ protected:
 
 struct Row {
     const char* path;
-    // Whether its scripts run again in the replay. The archive has the page as they left it: where they add to the page, they would add all
-    // that once more, so there the live page is compared with what the archive shows without them.
+    // Whether its scripts run again in the replay. The archive has the page as they left it: where they add to the page, they
+    // would add all that once more, so there the live page is compared with what the archive shows without them.
     bool runsScriptsAgain = true;
     // Seconds that the capture and the live page are given after their end, for what that does not wait for.
     int64_t gracePeriod = 0;

@@ -39,8 +39,8 @@ struct InspectedArchive {
 // What every Web archive must keep to and this one does not; empty when all is well.
 [[nodiscard]] std::vector<std::string> faultsOf(const InspectedArchive& archive);
 
-// One line for each resource, in order, frames depth-first: kind, address, type, encoding, frame name, length and checksum (CRC-32)
-// of the bytes. The script read_archive.py prints the same of the same file.
+// One line for each resource, in order, frames depth-first: kind, address, type, encoding, frame name, length and checksum
+// (CRC-32) of the bytes. The script read_archive.py prints the same of the same file.
 [[nodiscard]] std::string inventoryOf(const InspectedArchive& archive);
 // The same as Python's plistlib reads the file.
 [[nodiscard]] std::string inventoryByPlistlib(const std::filesystem::path& path);

@@ -18,8 +18,9 @@ inline uint64_t randomSeed()
     return std::random_device()();
 }
 
-// Makes texts that are hard on string operations: unpaired surrogates, stacked and leading combining marks, emoji and flag sequences,
-// jamo, line ends, nulls, percent escapes whole and broken, and characters of all planes. The same seed makes the same texts.
+// Makes texts that are hard on string operations: unpaired surrogates, stacked and leading combining marks, emoji and
+// flag sequences, jamo, line ends, nulls, percent escapes whole and broken, and characters of all planes. The same
+// seed makes the same texts.
 class RandomText {
 public:
     explicit RandomText(uint64_t seed) : _engine(seed) { }

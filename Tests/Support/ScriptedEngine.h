@@ -51,8 +51,8 @@ public:
     // Told the deadline of each question, before anything else.
     std::function<void(std::chrono::steady_clock::time_point deadline)> onDeadline;
 
-    // How large the document is, what printing gives and what a picture shows. At first the document is as large as the view, prints
-    // are one empty page of the paper's size, and there is no picture.
+    // How large the document is, what printing gives and what a picture shows. At first the document is as large as the view,
+    // prints are one empty page of the paper's size, and there is no picture.
     std::optional<NSSize> sizeOfDocument;
     std::function<NSData(const PrintSettings& settings)> onPrint;
     std::function<NSData()> onPicture;

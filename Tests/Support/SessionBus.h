@@ -54,8 +54,8 @@ public:
 
     // Waits until there are `count` notices, or the time is up, and gives all that have come since the beginning.
     const std::vector<BusNotice>& waitForNotices(size_t count, std::chrono::milliseconds timeout);
-    // Waits until the notices that have come satisfy `condition`, and says whether they do in time. Each notice is stamped with the
-    // time when this, or one of the others, took it from the bus.
+    // Waits until the notices that have come satisfy `condition`, and says whether they do in time. Each notice is stamped with
+    // the time when this, or one of the others, took it from the bus.
     [[nodiscard]] bool waitUntil(
         const std::function<bool(const std::vector<BusNotice>&)>& condition, std::chrono::milliseconds timeout);
     // Waits until a notice with that object has come, and says whether it does in time.

@@ -120,8 +120,8 @@ private:
     support::EnvironmentVariable _outPath{"OutPath", recordPath().c_str()};
 };
 
-// A capture's loader over a scripted engine. Progress notices go to a bus of this program's own. The grace period is 0 unless settings
-// say otherwise.
+// A capture's loader over a scripted engine. Progress notices go to a bus of this program's own. The grace period is 0
+// unless settings say otherwise.
 class ArchiveLoaderTest : public AnsweringTest {
 protected:
     using Engine = support::ScriptedEngine;

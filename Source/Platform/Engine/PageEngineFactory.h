@@ -10,8 +10,8 @@
 struct PageEngineOptions {
     NSString enginePath;   // the engine's command; absent for the first that is found (see EngineLocation.h)
     NSSize viewSize;       // in points, 1 point being 1 CSS pixel
-    // The engine reaches no server and asks for no name, whatever a page tries. Requests that are offered can be fulfilled all the
-    // same (see PageEngine::setRequestsOffered).
+    // The engine reaches no server and asks for no name, whatever a page tries. Requests that are offered can be fulfilled all
+    // the same (see PageEngine::setRequestsOffered).
     bool withoutNetwork = false;
     // The page is, or may use, files that perhaps only this process's user can read.
     bool readsLocalFiles = false;
@@ -19,5 +19,6 @@ struct PageEngineOptions {
     std::function<void(const NSString&)> report;
 };
 
-// An engine, started. It always makes one: an engine that cannot be found or started fails every load with an error of EngineErrorDomain.
+// An engine, started. It always makes one: an engine that cannot be found or started fails every load with an
+// error of EngineErrorDomain.
 [[nodiscard]] std::unique_ptr<PageEngine> makePageEngine(const PageEngineOptions& options);

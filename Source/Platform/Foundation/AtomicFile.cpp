@@ -183,8 +183,8 @@ bool AtomicFile::commit(NSError* error)
     if (!isNamed && renameat(_folder.get(), _temporaryName.c_str(), _folder.get(), _name.c_str()) != 0)
         return report(fail(errno), error);
     _temporaryName.clear();
-    // 5. The folder's entry reaches the disk. The file is there already, so a folder that cannot be synced (no right to read it, a
-    //    file system without the operation) is no failure.
+    // 5. The folder's entry reaches the disk. The file is there already, so a folder that cannot be synced (no right to read it,
+    //    a file system without the operation) is no failure.
     const FileDescriptor readableFolder(openat(_folder.get(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (readableFolder)
         fsync(readableFolder.get());

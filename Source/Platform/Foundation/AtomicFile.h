@@ -11,16 +11,17 @@
 #include <string_view>
 #include <vector>
 
-// A file that appears at its path whole or not at all. What is written goes to a new file without a name in the same folder (where the
-// file system has none of those, to one of another name); `commit` syncs it and puts it in the place of whatever file or symbolic link is
-// at the path. Without a commit nothing is left, even of a process that is killed, and nothing has changed. Small pieces are collected, so writing byte by byte is cheap; big ones are not copied.
+// A file that appears at its path whole or not at all. What is written goes to a new file without a name in the same folder
+// (where the file system has none of those, to one of another name); `commit` syncs it and puts it in the place of whatever file
+// or symbolic link is at the path. Without a commit nothing is left, even of a process that is killed, and nothing has changed.
+// Small pieces are collected, so writing byte by byte is cheap; big ones are not copied.
 //
 // The new file has the permissions of the file that it replaces, else those that the process's umask leaves. A symbolic link is
 // replaced itself, its target stays as it is.
 class AtomicFile {
 public:
-    // Starts a file for `path`. Nothing when its folder is missing or cannot be written, or when the path is a folder or no valid path;
-    // then the error (with the path under NSFilePathErrorKey) goes to `*error` if given.
+    // Starts a file for `path`. Nothing when its folder is missing or cannot be written, or when the path is a folder or no valid
+    // path; then the error (with the path under NSFilePathErrorKey) goes to `*error` if given.
     [[nodiscard]] static std::unique_ptr<AtomicFile> open(const NSString& path, NSError* error = nullptr);
     AtomicFile(const AtomicFile&) = delete;
     AtomicFile& operator=(const AtomicFile&) = delete;

@@ -7,9 +7,9 @@
 class AtomicFile;
 
 // Writes property lists in the binary format ("bplist00") as a stream. Data objects go to the sink as they are, without a copy,
-// so that an archive of any size takes no more memory than its tree of values and some bytes for each of them. Equal strings
-// and numbers are written once. Dictionary entries keep their order. An unpaired surrogate is written as U+FFFD. The property list library is not used for this: its writer
-// takes a copy of everything, and another one of the result.
+// so that an archive of any size takes no more memory than its tree of values and some bytes for each of them. Equal strings and
+// numbers are written once. Dictionary entries keep their order. An unpaired surrogate is written as U+FFFD. The property list
+// library is not used for this: its writer takes a copy of everything, and another one of the result.
 class BinaryPropertyListWriter {
 public:
     // False when the sink refuses bytes (NSPropertyListWriteStreamError) or when `propertyList` is not one (the error of

@@ -50,7 +50,8 @@ void indent(std::u16string& output, size_t level)
 void appendArray(std::u16string& output, const NSArray& array, size_t level);
 void appendDictionary(std::u16string& output, const NSDictionary& dictionary, size_t level);
 
-// An element on a line that is already indented. Deliberate: a collection brings its own blanks on top, as it does on the platform.
+// An element on a line that is already indented. Deliberate: a collection brings its own blanks on top, as
+// it does on the platform.
 void appendElement(std::u16string& output, const Value& element, size_t level)
 {
     if (element.is(Value::Kind::Array))

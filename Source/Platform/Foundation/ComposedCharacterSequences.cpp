@@ -24,8 +24,8 @@ bool joinsWhatIsBefore(UGraphemeClusterBreak property)
     return property == U_GCB_EXTEND || property == U_GCB_ZWJ || property == U_GCB_SPACING_MARK;
 }
 
-// Whether a sequence surely ends between two neighbours, whatever stands around them. It spares the break iterator, which costs far
-// more; where it is not sure the break iterator decides.
+// Whether a sequence surely ends between two neighbours, whatever stands around them. It spares the break iterator, which costs
+// far more; where it is not sure the break iterator decides.
 bool isSurelyBoundary(UChar32 before, UChar32 after)
 {
     // Half of a pair is no character on which a mark could stand.

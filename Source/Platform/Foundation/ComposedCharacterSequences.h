@@ -7,9 +7,9 @@
 #include <string_view>
 #include <vector>
 
-// Walks a text by composed character sequences (see NSString::rangeOfComposedCharacterSequenceAtIndex), in either direction. A walk
-// over all of the text takes time linear in its length, which asking for one sequence after the other does not: a run of flags
-// must be read from its start each time. Borrows the text. Not to be shared by threads.
+// Walks a text by composed character sequences (see NSString::rangeOfComposedCharacterSequenceAtIndex), in either direction. A
+// walk over all of the text takes time linear in its length, which asking for one sequence after the other does not: a run of
+// flags must be read from its start each time. Borrows the text. Not to be shared by threads.
 class ComposedCharacterSequences {
 public:
     // Stands before the unit at `position`, at most the text's length; inside a sequence it stands before that sequence.

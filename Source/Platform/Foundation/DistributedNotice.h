@@ -11,6 +11,7 @@ struct DistributedNotice {
     NSString object;
     NSDictionary userInfo;
 
-    // The signal that carries it, in the form that NSDistributedNotificationCenter describes. Owned by the caller (g_object_unref).
+    // The signal that carries it, in the form that NSDistributedNotificationCenter describes. Owned by the
+    // caller (g_object_unref).
     [[nodiscard]] _GDBusMessage* message() const;
 };

@@ -35,6 +35,6 @@ private:
     int _descriptor = -1;
 };
 
-// Writes all bytes, in as many parts as the file takes. One that does not block (a pipe, a terminal) and has no room is waited for, at
-// most `longestWait` milliseconds at a time. The errno value of the failure (EAGAIN when that time was over), else 0.
+// Writes all bytes, in as many parts as the file takes. One that does not block (a pipe, a terminal) and has no room is waited
+// for, at most `longestWait` milliseconds at a time. The errno value of the failure (EAGAIN when that time was over), else 0.
 [[nodiscard]] int writeAll(int descriptor, std::span<const std::byte> bytes, int longestWait = 30'000);

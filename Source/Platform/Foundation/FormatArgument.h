@@ -17,8 +17,8 @@ concept Describable = requires(const Object& object)
         } -> std::convertible_to<NSString>;
 };
 
-// One argument of a format: what a C variable argument list would carry, with its type. Objects are described when the argument is
-// made. Borrows what a `const char*` points to.
+// One argument of a format: what a C variable argument list would carry, with its type. Objects are described when the argument
+// is made. Borrows what a `const char*` points to.
 class FormatArgument {
 public:
     FormatArgument(std::nullptr_t) : _held(NSString()) { }

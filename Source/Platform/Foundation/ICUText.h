@@ -28,7 +28,8 @@ inline void expectSuccess(UErrorCode status)
         throw std::runtime_error(u_errorName(status));
 }
 
-// Sets `text` to what `write(buffer, capacity, &status)` writes; it returns the length that it needs. `guess` is the length to try first.
+// Sets `text` to what `write(buffer, capacity, &status)` writes; it returns the length that it needs. `guess` is
+// the length to try first.
 template <typename Writer>
 void writeWithICU(std::u16string& text, size_t guess, Writer write)
 {

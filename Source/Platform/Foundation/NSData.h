@@ -40,9 +40,9 @@ public:
         return a.isAbsent() == b.isAbsent() && a.characters() == b.characters();
     }
 
-    // Writes all bytes to `path`. With NSDataWritingAtomic a new file takes the place of the old one in one step (see AtomicFile), so
-    // that an old file survives any failure and no part of a new one is seen. False on failure; then the error (with the path under
-    // NSFilePathErrorKey) goes to `*error` if given, and nothing new is left behind.
+    // Writes all bytes to `path`. With NSDataWritingAtomic a new file takes the place of the old one in one step (see
+    // AtomicFile), so that an old file survives any failure and no part of a new one is seen. False on failure; then the error
+    // (with the path under NSFilePathErrorKey) goes to `*error` if given, and nothing new is left behind.
     [[nodiscard]] bool writeToFile(const NSString& path, NSDataWritingOptions options, NSError* error = nullptr) const;
 
 private:

@@ -29,7 +29,8 @@ std::string pathBytes(const NSString& path, int& errnoValue)
     return bytes;
 }
 
-// Reads up to the end. The size is only where to start: a file may grow, and those of /proc have none. An errno value, 0 on success.
+// Reads up to the end. The size is only where to start: a file may grow, and those of /proc have none. An
+// errno value, 0 on success.
 int readAll(int descriptor, size_t expectedSize, std::vector<std::byte>& bytes)
 {
     size_t length = 0;

@@ -176,8 +176,8 @@ NSString NSDistributedNotificationCenter::Shared::send(GDBusConnection* bus, con
         if (!g_dbus_connection_send_message(bus, message.get(), G_DBUS_SEND_MESSAGE_FLAGS_NONE, nullptr, &error))
             return takeText(error);
     }
-    // The bus works in order, so its answer to this tells that it has the notices. Having written them would not be enough: when a
-    // process ends with something of the bus's unread, the system discards what the bus has not read yet.
+    // The bus works in order, so its answer to this tells that it has the notices. Having written them would not be enough: when
+    // a process ends with something of the bus's unread, the system discards what the bus has not read yet.
     GVariant* answer = g_dbus_connection_call_sync(bus, "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
         "GetId", nullptr, nullptr, G_DBUS_CALL_FLAGS_NONE, G_MAXINT, cancellable.get(), &error);
     if (!answer)

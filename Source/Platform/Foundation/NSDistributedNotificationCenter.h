@@ -9,8 +9,8 @@
 #include <string>
 
 // Posts notifications to other processes of the user: as broadcast signals on the D-Bus session bus, with the path
-// /com/brackenlow/DistributedNotificationCenter, the interface com.brackenlow.DistributedNotificationCenter, the member Notification
-// and the arguments name (s), object (s) and user info (a{sv}).
+// /com/brackenlow/DistributedNotificationCenter, the interface com.brackenlow.DistributedNotificationCenter, the member
+// Notification and the arguments name (s), object (s) and user info (a{sv}).
 //
 // No call waits for the bus. A thread of the centre's own connects and sends; it is started by the first posting, and the end of
 // the process does not wait for it. A bus that is missing, refuses or dies is reported once and then left alone: later postings
@@ -37,17 +37,17 @@ public:
     // else is tried; in particular no bus is launched.
     [[nodiscard]] static std::optional<std::string> sessionBusAddressFromEnvironment();
 
-    // Sends the notice. An absent object is sent as "", an absent user info as an empty one. A user info's values become booleans (b),
-    // integers (x), reals and dates (d, dates in seconds since 2001-01-01 UTC), strings (s), data (ay), arrays (av) and dictionaries
-    // (a{sv}); values of other kinds, and what is nested more than 16 deep, are sent as their description. Characters that D-Bus
-    // cannot carry (NUL, unpaired surrogates) become U+FFFD. Every notice is sent as soon as the bus takes it, so `deliverImmediately`
-    // makes no difference. `name` must not be absent, else NSInvalidArgumentException is thrown.
+    // Sends the notice. An absent object is sent as "", an absent user info as an empty one. A user info's values become booleans
+    // (b), integers (x), reals and dates (d, dates in seconds since 2001-01-01 UTC), strings (s), data (ay), arrays (av) and
+    // dictionaries (a{sv}); values of other kinds, and what is nested more than 16 deep, are sent as their description.
+    // Characters that D-Bus cannot carry (NUL, unpaired surrogates) become U+FFFD. Every notice is sent as soon as the bus takes
+    // it, so `deliverImmediately` makes no difference. `name` must not be absent, else NSInvalidArgumentException is thrown.
     void postNotificationName(
         const NSString& name, const NSString& object, const NSDictionary& userInfo, bool deliverImmediately);
 
-    // For the end of a program: waits until the bus has everything posted, for at most `seconds`. Returns at once
-    // when nothing is waiting; and while the bus is still being connected to, the wait ends 0.1 s after that has begun. Whether nothing is
-    // waiting any more.
+    // For the end of a program: waits until the bus has everything posted, for at most `seconds`. Returns at once when
+    // nothing is waiting; and while the bus is still being connected to, the wait ends 0.1 s after that has begun. Whether
+    // nothing is waiting any more.
     bool flush(double seconds);
 
 private:

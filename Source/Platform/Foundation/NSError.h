@@ -20,9 +20,9 @@ public:
     [[nodiscard]] int64_t code() const;
     [[nodiscard]] NSDictionary userInfo() const;
 
-    // The user info's own text, else the text that the platform derives from domain and code: for known codes of the Cocoa, POSIX,
-    // URL, WebKit and OS-status domains their sentence, otherwise "The operation couldn’t be completed. (DOMAIN error CODE.)"; a failure
-    // reason in the user info takes the place of the parenthesis. Never absent for a present error.
+    // The user info's own text, else the text that the platform derives from domain and code: for known codes of the Cocoa,
+    // POSIX, URL, WebKit and OS-status domains their sentence, otherwise "The operation couldn’t be completed. (DOMAIN error
+    // CODE.)"; a failure reason in the user info takes the place of the parenthesis. Never absent for a present error.
     [[nodiscard]] NSString localizedDescription() const;
     // The user info's own text, else what the platform derives (the POSIX domain names errno's meaning, file errors their cause);
     // absent otherwise.

@@ -8,8 +8,8 @@
 // The texts that the platform derives from an error's domain, code and file name. Codes and sentences are the platform's English
 // ones.
 
-// The whole sentence for `code` of `domain`; absent when the platform has none for it. File errors of the Cocoa domain name the file
-// under NSFilePathErrorKey (else NSURLErrorKey) and its folder when `userInfo` has one.
+// The whole sentence for `code` of `domain`; absent when the platform has none for it. File errors of the Cocoa domain name the
+// file under NSFilePathErrorKey (else NSURLErrorKey) and its folder when `userInfo` has one.
 [[nodiscard]] NSString derivedErrorDescription(const NSString& domain, int64_t code, const NSDictionary& userInfo);
 
 // The cause alone, as a sentence; absent when the platform has none for `code`.

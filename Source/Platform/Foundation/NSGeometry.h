@@ -26,6 +26,6 @@ struct NSRect {
 [[nodiscard]] NSString NSStringFromSize(NSSize size);
 [[nodiscard]] NSString NSStringFromRect(NSRect rect);
 
-// The first two numbers of `text`, whatever stands around them: "{100, 50}", "100 by 50". A missing number is 0, so a text without
-// numbers (or an absent one) gives 0 by 0.
+// The first two numbers of `text`, whatever stands around them: "{100, 50}", "100 by 50". A missing number is 0, so a text
+// without numbers (or an absent one) gives 0 by 0.
 [[nodiscard]] NSSize NSSizeFromString(const NSString& text);

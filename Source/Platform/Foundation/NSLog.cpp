@@ -36,7 +36,8 @@ std::string timeStamp()
 
 void writeToStandardError(std::string_view line)
 {
-    // A pipe that is nearly full takes a long line in parts: stdio's lock keeps the other threads' lines from getting between them.
+    // A pipe that is nearly full takes a long line in parts: stdio's lock keeps the other threads' lines
+    // from getting between them.
     const std::unique_ptr<FILE, decltype(&::funlockfile)> lock(stderr, &::funlockfile);
     ::flockfile(lock.get());
     (void)writeAll(STDERR_FILENO, std::as_bytes(std::span(line)), LongestWait);

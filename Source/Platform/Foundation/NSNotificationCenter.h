@@ -37,10 +37,10 @@ public:
     [[nodiscard]] NSNotificationObserver addObserverForName(
         const NSString& name, ObjectIdentity object, std::function<void(const NSNotification&)> handler);
 
-    // Calls the handlers on the posting thread, in the order of their registration, and returns when all have been called. Handlers
-    // may add and remove observers and post themselves: whoever is added during a posting is not told of it, whoever is removed
-    // before its turn neither. An exception of a handler ends the posting and leaves it here. `name` must not be absent, else
-    // NSInvalidArgumentException is thrown.
+    // Calls the handlers on the posting thread, in the order of their registration, and returns when all have been called.
+    // Handlers may add and remove observers and post themselves: whoever is added during a posting is not told of it, whoever is
+    // removed before its turn neither. An exception of a handler ends the posting and leaves it here. `name` must not be absent,
+    // else NSInvalidArgumentException is thrown.
     void postNotificationName(const NSString& name, ObjectIdentity object = {}, const NSDictionary& userInfo = {});
 
 private:

@@ -25,7 +25,8 @@ class NSProcessInfo {
 public:
     [[nodiscard]] static const NSProcessInfo& processInfo();
 
-    // The command line, the program first, as the kernel keeps it. Bytes that are not UTF-8 are repaired. Empty when /proc is missing.
+    // The command line, the program first, as the kernel keeps it. Bytes that are not UTF-8 are repaired.
+    // Empty when /proc is missing.
     [[nodiscard]] NSArray arguments() const;
     // All environment variables, repaired in the same way; the first one of a name counts.
     [[nodiscard]] NSDictionary environment() const;

@@ -23,8 +23,8 @@ using Node = std::unique_ptr<void, decltype(&plist_free)>;
 constexpr double firstXMLDate = -63113904000;   // 0001-01-01 00:00:00
 constexpr double lastXMLDate = 252423993599;    // 9999-12-31 23:59:59
 
-// Why a value is no property list, and where below the root. The place grows on the way back, so that it costs nothing when all is
-// well.
+// Why a value is no property list, and where below the root. The place grows on the way back, so that it costs
+// nothing when all is well.
 struct Defect {
     NSString reason;   // absent when there is none
     std::u16string place;
@@ -76,8 +76,8 @@ Defect defectOf(const Value& value, int depth)
     return {};
 }
 
-// The library tells dates only as 32-bit seconds. In the binary form of the node alone the date stands as it is, eight bytes behind
-// the signature and the marker.
+// The library tells dates only as 32-bit seconds. In the binary form of the node alone the date stands as it is, eight bytes
+// behind the signature and the marker.
 NSDate dateOfNode(plist_t node)
 {
     constexpr uint32_t dateOffset = 9;

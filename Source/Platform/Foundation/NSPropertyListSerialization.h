@@ -15,10 +15,10 @@ class NSPropertyListSerialization {
 public:
     static constexpr int deepestNesting = 512;
 
-    // `propertyList` in `format`. Dictionary entries keep their order. Unpaired surrogates, and in XML all characters that it cannot
-    // hold, are written as U+FFFD, so that every reader takes the result; XML tells dates to the second. Absent when anywhere a value
-    // is of another kind (an absent one, the null object, an address, an error, a class, an object), is nested too deeply, is a date
-    // outside the years 1 to 9999, or has a key with a null character; then the error
+    // `propertyList` in `format`. Dictionary entries keep their order. Unpaired surrogates, and in XML all characters that it
+    // cannot hold, are written as U+FFFD, so that every reader takes the result; XML tells dates to the second. Absent when
+    // anywhere a value is of another kind (an absent one, the null object, an address, an error, a class, an object), is nested
+    // too deeply, is a date outside the years 1 to 9999, or has a key with a null character; then the error
     // (NSPropertyListWriteInvalidError, naming the place under NSDebugDescriptionErrorKey) goes to `*error` if given.
     [[nodiscard]] static NSData dataWithPropertyList(
         const Value& propertyList, NSPropertyListFormat format, NSError* error = nullptr);

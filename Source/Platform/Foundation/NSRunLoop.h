@@ -12,17 +12,18 @@ struct _GMainContext;
 // context of its own, which is that thread's default one while the thread lives.
 class NSRunLoop {
 public:
-    // The calling thread's loop, made at first use. It lives as long as its thread; the main thread's lives to the end of the process.
+    // The calling thread's loop, made at first use. It lives as long as its thread; the main thread's lives
+    // to the end of the process.
     [[nodiscard]] static NSRunLoop& currentRunLoop();
     NSRunLoop(const NSRunLoop&) = delete;
     NSRunLoop& operator=(const NSRunLoop&) = delete;
     ~NSRunLoop();
 
-    // Delivers what becomes due until `date` and waits in between, without using the processor; also when nothing is attached. What
-    // is due at the end is delivered in a last pass that does not wait; a past or absent date makes only that pass. The wait is measured on
-    // the monotonic clock, so setting the wall clock does not change it. A callback may run the loop again, to any depth.
-    // An exception that a callback throws ends the innermost run and leaves it here; callbacks that were due with it wait for the
-    // next run. To be called on the loop's own thread only, else NSInternalInconsistencyException is thrown.
+    // Delivers what becomes due until `date` and waits in between, without using the processor; also when nothing is attached.
+    // What is due at the end is delivered in a last pass that does not wait; a past or absent date makes only that pass. The wait
+    // is measured on the monotonic clock, so setting the wall clock does not change it. A callback may run the loop again, to any
+    // depth. An exception that a callback throws ends the innermost run and leaves it here; callbacks that were due with it wait
+    // for the next run. To be called on the loop's own thread only, else NSInternalInconsistencyException is thrown.
     void runUntilDate(const NSDate& date);
 
     // Runs `block` once in the next pass, in the order of the calls. From any thread, while the loop's thread lives.

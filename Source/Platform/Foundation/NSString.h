@@ -75,11 +75,12 @@ public:
     [[nodiscard]] static NSString stringWithUTF8String(std::string_view text);
     // The text of `text` with U+FFFD in place of each invalid part. For bytes from outside that must be shown whatever they hold.
     [[nodiscard]] static NSString stringWithRepairedUTF8(std::string_view text);
-    // Expands a format whose conversions are printf's (flags, width, precision, hh/h/l/ll/q/j/z/t/L modifiers; d i u o x X f e g a c C
-    // s S p %) plus "%@", which prints an object's description and "(null)" for an absent one. Positional arguments ("%1$@") work.
-    // Integers are cut to the size that the modifier names, 32 bits without one. "%s" reads UTF-8. Width and precision of texts count
-    // units ("%s": precision counts bytes); above 1,048,576 they count as that. Numbers are written without regard to the locale. A
-    // conversion without an argument prints nothing, an unknown one stands as it is written. Absent for an absent format.
+    // Expands a format whose conversions are printf's (flags, width, precision, hh/h/l/ll/q/j/z/t/L modifiers; d i u o x X f e g
+    // a c C s S p %) plus "%@", which prints an object's description and "(null)" for an absent one. Positional arguments
+    // ("%1$@") work. Integers are cut to the size that the modifier names, 32 bits without one. "%s" reads UTF-8. Width and
+    // precision of texts count units ("%s": precision counts bytes); above 1,048,576 they count as that. Numbers are written
+    // without regard to the locale. A conversion without an argument prints nothing, an unknown one stands as it is written.
+    // Absent for an absent format.
     template <typename... Arguments>
     [[nodiscard]] static NSString stringWithFormat(const NSString& format, const Arguments&... arguments);
 
@@ -105,44 +106,45 @@ public:
     // Orders by units, absent first; a key order for containers, not for people.
     friend std::strong_ordering operator<=>(const NSString& a, const NSString& b);
 
-    // Searches. Nothing found gives location NSNotFound and length 0; an empty or absent `string` is never found, and nothing is found
-    // in an absent receiver. Without NSLiteralSearch canonically equivalent texts match, and matches never cut a composed character
-    // sequence of the whole text. A `range` that leaves the text raises NSRangeException.
+    // Searches. Nothing found gives location NSNotFound and length 0; an empty or absent `string` is never found, and nothing is
+    // found in an absent receiver. Without NSLiteralSearch canonically equivalent texts match, and matches never cut a composed
+    // character sequence of the whole text. A `range` that leaves the text raises NSRangeException.
     [[nodiscard]] NSRange rangeOfString(const NSString& string, uint64_t options = 0) const;
     [[nodiscard]] NSRange rangeOfString(const NSString& string, uint64_t options, NSRange range) const;
     [[nodiscard]] bool hasPrefix(const NSString& prefix) const;
     [[nodiscard]] bool hasSuffix(const NSString& suffix) const;
-    // Compares the whole texts. Without NSLiteralSearch canonically equivalent texts are the same. An absent receiver is the same as
-    // anything; an absent `other` comes before any present receiver.
+    // Compares the whole texts. Without NSLiteralSearch canonically equivalent texts are the same. An absent receiver is the same
+    // as anything; an absent `other` comes before any present receiver.
     [[nodiscard]] NSComparisonResult compare(const NSString& other, uint64_t options = 0) const;
     [[nodiscard]] NSComparisonResult caseInsensitiveCompare(const NSString& other) const;
     // Compares by the rules of the user's locale (LC_ALL, LC_COLLATE, LANG) with `options`.
     [[nodiscard]] NSComparisonResult localizedCompare(const NSString& other, uint64_t options = 0) const;
 
-    // The composed character sequence that holds the unit at `index`, which must be below the length: a base character with
-    // its combining marks, a surrogate pair, or an emoji sequence. These are the extended grapheme clusters of Unicode, but CR, LF
+    // The composed character sequence that holds the unit at `index`, which must be below the length: a base character with its
+    // combining marks, a surrogate pair, or an emoji sequence. These are the extended grapheme clusters of Unicode, but CR, LF
     // and unpaired surrogates stand alone. To walk a text use ComposedCharacterSequences. Absent receiver: an empty range.
     [[nodiscard]] NSRange rangeOfComposedCharacterSequenceAtIndex(size_t index) const;
-    // The line or lines that `range` touches; a range of length 0 touches the line that holds its location. Lines end at LF, CR, CR LF,
-    // U+0085, U+2028 and U+2029. A range that leaves the text raises NSRangeException.
+    // The line or lines that `range` touches; a range of length 0 touches the line that holds its location. Lines end at LF, CR,
+    // CR LF, U+0085, U+2028 and U+2029. A range that leaves the text raises NSRangeException.
     [[nodiscard]] NSLineRange lineRangeForRange(NSRange range) const;
 
-    // Parts and changes; each gives a new string, and absent for an absent receiver. An index or range that leaves the text raises
-    // NSRangeException.
+    // Parts and changes; each gives a new string, and absent for an absent receiver. An index or range that leaves the text
+    // raises NSRangeException.
     [[nodiscard]] NSString substringToIndex(size_t index) const;
     [[nodiscard]] NSString substringFromIndex(size_t index) const;
     [[nodiscard]] NSString substringWithRange(NSRange range) const;
     [[nodiscard]] NSString stringByAppendingString(const NSString& other) const;
-    // Occurrences of `target` are searched from the start, each behind the one before it, with the options of rangeOfString but without
-    // those of direction and anchoring.
+    // Occurrences of `target` are searched from the start, each behind the one before it, with the options of rangeOfString but
+    // without those of direction and anchoring.
     [[nodiscard]] NSString stringByReplacingOccurrencesOfString(
         const NSString& target, const NSString& replacement, uint64_t options = NSLiteralSearch) const;
     // Without the members of `set` at both ends. Judges code points, so a surrogate pair is kept or taken off whole.
     [[nodiscard]] NSString stringByTrimmingCharactersInSet(const NSCharacterSet& set) const;
-    // With every "%XX" replaced by its byte of UTF-8; absent when a "%" is not followed by two hexadecimal digits, and when the bytes
-    // are not valid UTF-8.
+    // With every "%XX" replaced by its byte of UTF-8; absent when a "%" is not followed by two hexadecimal digits, and when the
+    // bytes are not valid UTF-8.
     [[nodiscard]] NSString stringByRemovingPercentEncoding() const;
-    // With every character of the UTF-8 form that is not an ASCII member of `set` written as "%XX"; absent when a surrogate is unpaired.
+    // With every character of the UTF-8 form that is not an ASCII member of `set` written as "%XX"; absent when
+    // a surrogate is unpaired.
     [[nodiscard]] NSString stringByAddingPercentEncodingWithAllowedCharacters(const NSCharacterSet& set) const;
     [[nodiscard]] NSString lowercaseString() const;
     [[nodiscard]] NSString uppercaseString() const;
@@ -150,24 +152,24 @@ public:
     // The pieces between all occurrences of `separator`, found by a literal search; a text without it is its own only piece.
     [[nodiscard]] NSArray componentsSeparatedByString(const NSString& separator) const;
 
-    // Leading decimal number of the text (blanks skipped), 0 when there is none; saturates. As boolean: true when, after blanks, a sign
-    // and zeros, there is one of Y, y, T, t and the digits 1 to 9; so "0.5" is false.
+    // Leading decimal number of the text (blanks skipped), 0 when there is none; saturates. As boolean: true when, after blanks,
+    // a sign and zeros, there is one of Y, y, T, t and the digits 1 to 9; so "0.5" is false.
     [[nodiscard]] int64_t integerValue() const;
     [[nodiscard]] double doubleValue() const;
     [[nodiscard]] bool boolValue() const;
 
-    // Bytes in `encoding`; absent when the encoding is unknown. Without `allowLossyConversion`, absent data when some character has no
-    // form in it; with it, such a character loses its marks, or becomes "?" (U+FFFD in the Unicode encodings) when that does not help.
-    // NSUTF16StringEncoding and NSUTF32StringEncoding write a byte-order mark and this machine's order. The UTF-16 encodings and
-    // NSNonLossyASCIIStringEncoding hold unpaired surrogates, no other does; the latter writes "\ooo", "\uXXXX" and "\\" for what is not
-    // plain ASCII.
+    // Bytes in `encoding`; absent when the encoding is unknown. Without `allowLossyConversion`, absent data when some character
+    // has no form in it; with it, such a character loses its marks, or becomes "?" (U+FFFD in the Unicode encodings) when that
+    // does not help. NSUTF16StringEncoding and NSUTF32StringEncoding write a byte-order mark and this machine's order. The UTF-16
+    // encodings and NSNonLossyASCIIStringEncoding hold unpaired surrogates, no other does; the latter writes "\ooo", "\uXXXX" and
+    // "\\" for what is not plain ASCII.
     [[nodiscard]] NSData dataUsingEncoding(NSStringEncoding encoding, bool allowLossyConversion = false) const;
     // Absent when `data` is not valid in `encoding` or the encoding is unknown. A byte-order mark is left out of UTF-8, of
     // NSUTF16StringEncoding and of NSUTF32StringEncoding; without one the last two are read as big-endian.
     [[nodiscard]] static NSString stringWithData(const NSData& data, NSStringEncoding encoding);
 
-    // POSIX path operations by the platform's rules: "/" has the last component "/", trailing and repeated separators do not count, the
-    // name of a dot file is no extension.
+    // POSIX path operations by the platform's rules: "/" has the last component "/", trailing and repeated separators do not
+    // count, the name of a dot file is no extension.
     [[nodiscard]] NSString lastPathComponent() const;
     [[nodiscard]] NSString stringByDeletingLastPathComponent() const;
     [[nodiscard]] NSString stringByAppendingPathComponent(const NSString& component) const;
@@ -177,8 +179,8 @@ public:
     [[nodiscard]] NSString stringByAppendingPathExtension(const NSString& extension) const;
     // The names between separators; "/" comes first when the path begins with one, and last when it ends with one.
     [[nodiscard]] NSArray pathComponents() const;
-    // With an initial tilde expanded, without "." components and without repeated and trailing separators. In absolute paths ".." takes
-    // away the component before it; when that is a symbolic link on disk, the link is followed first.
+    // With an initial tilde expanded, without "." components and without repeated and trailing separators. In absolute paths ".."
+    // takes away the component before it; when that is a symbolic link on disk, the link is followed first.
     [[nodiscard]] NSString stringByStandardizingPath() const;
     // "~" and "~user" replaced by the home folder; unchanged when there is no such user.
     [[nodiscard]] NSString stringByExpandingTildeInPath() const;

@@ -282,7 +282,8 @@ std::optional<std::string> encodeWithConverter(UConverter* converter, std::u16st
     return U_SUCCESS(status) ? std::optional(std::move(bytes)) : std::nullopt;
 }
 
-// What stands for a character that is not in `known`: its compatibility decomposition without the marks, nothing for a mark, else "?".
+// What stands for a character that is not in `known`: its compatibility decomposition without the marks,
+// nothing for a mark, else "?".
 std::u16string_view substituteFor(UChar32 character, const icu::UnicodeSet& known, std::u16string& buffer)
 {
     if (u_charType(character) == U_NON_SPACING_MARK)

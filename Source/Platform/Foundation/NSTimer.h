@@ -12,8 +12,9 @@ public:
     NSTimer& operator=(NSTimer&& other) noexcept;
     ~NSTimer() { invalidate(); }
 
-    // Calls `block` `seconds` from now and, when it repeats, again after each further `seconds`. Firings that could not take place in
-    // time are made up for by one; a timer does not fire while its own block runs the loop. Intervals of 0.1 ms and less count as 0.1 ms.
+    // Calls `block` `seconds` from now and, when it repeats, again after each further `seconds`. Firings that could not
+    // take place in time are made up for by one; a timer does not fire while its own block runs the loop. Intervals of 0.1
+    // ms and less count as 0.1 ms.
     [[nodiscard]] static NSTimer scheduledTimerWithTimeInterval(double seconds, bool repeats, std::function<void()> block);
 
     // Whether it will fire again. One that does not repeat is invalid from the start of its block.

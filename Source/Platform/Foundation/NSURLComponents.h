@@ -9,8 +9,8 @@
 #include <vector>
 
 // An address taken apart, so that single parts can be changed. Parts that are not changed keep their text as written, escapes and
-// letter case included. A default-constructed one is present and has no parts but an empty path; one made from something that is no
-// address is absent: it answers absent and ignores changes.
+// letter case included. A default-constructed one is present and has no parts but an empty path; one made from something that is
+// no address is absent: it answers absent and ignores changes.
 class NSURLComponents {
 public:
     NSURLComponents() = default;
@@ -67,8 +67,8 @@ public:
     void setPercentEncodedQuery(const NSString& query);
     void setPercentEncodedFragment(const NSString& fragment);
 
-    // The query as names and values: split at "&", each piece at its first "=". Nothing when there is no query, no items for an empty
-    // one. A piece that cannot be decoded stays as it is written.
+    // The query as names and values: split at "&", each piece at its first "=". Nothing when there is no query, no items for an
+    // empty one. A piece that cannot be decoded stays as it is written.
     [[nodiscard]] std::optional<std::vector<NSURLQueryItem>> queryItems() const;
     // Names and values are escaped where they hold "&", "=" or what may not stand in a query; "+" and ";" stay. Nothing
     // removes the query.

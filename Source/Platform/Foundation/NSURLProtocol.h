@@ -20,8 +20,8 @@ enum NSURLCacheStoragePolicy : uint64_t {
     NSURLCacheStorageNotAllowed = 2,
 };
 
-// Who is told what a protocol has loaded: one response, data in any number of pieces, and then the end or an error. What comes after
-// that does not count.
+// Who is told what a protocol has loaded: one response, data in any number of pieces, and then the end or an error. What comes
+// after that does not count.
 class NSURLProtocolClient {
 public:
     virtual ~NSURLProtocolClient() = default;
@@ -33,8 +33,8 @@ public:
     virtual void URLProtocolDidFailWithError(NSURLProtocol& protocol, const NSError& error) = 0;
 };
 
-// Loads what it claims in place of the network. A program derives classes from it and registers them; every request of a view is then
-// offered to them before it is sent. Main thread only.
+// Loads what it claims in place of the network. A program derives classes from it and registers them; every request of a view is
+// then offered to them before it is sent. Main thread only.
 //
 // A protocol class is constructed from a request and a client, and has two operations on the class:
 //
@@ -56,7 +56,8 @@ public:
     // Nothing more is wanted. Called once, also when everything has been told.
     virtual void stopLoading() = 0;
 
-    // Makes the class one that requests are offered to, the latest first. False, and nothing happens, when it is registered already.
+    // Makes the class one that requests are offered to, the latest first. False, and nothing happens, when
+    // it is registered already.
     template <std::derived_from<NSURLProtocol> Protocol>
     static bool registerClass()
     {
@@ -70,8 +71,8 @@ public:
         unregisterClass(&identityOf<Protocol>);
     }
     [[nodiscard]] static bool hasRegisteredClasses();
-    // A protocol of the first registered class that claims `request`, made with the request that this class makes of it; null when no
-    // class claims it. `client` as the constructor says.
+    // A protocol of the first registered class that claims `request`, made with the request that this class makes of it; null
+    // when no class claims it. `client` as the constructor says.
     [[nodiscard]] static std::unique_ptr<NSURLProtocol> protocolForRequest(
         const NSURLRequest& request, NSURLProtocolClient* client);
 

@@ -15,8 +15,8 @@ inline constexpr int64_t NSURLResponseUnknownLength = -1;
 class NSURLResponse {
 public:
     NSURLResponse() = default;
-    // `MIMEType` as the server spelled it, without parameters; `expectedContentLength` in bytes or NSURLResponseUnknownLength. Absent
-    // texts are kept absent, nothing is guessed.
+    // `MIMEType` as the server spelled it, without parameters; `expectedContentLength` in bytes or NSURLResponseUnknownLength.
+    // Absent texts are kept absent, nothing is guessed.
     NSURLResponse(NSURL url, NSString MIMEType, int64_t expectedContentLength, NSString textEncodingName);
 
     [[nodiscard]] bool isAbsent() const { return _contents == nullptr; }

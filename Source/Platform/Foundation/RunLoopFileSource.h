@@ -10,9 +10,9 @@ enum class FileReadiness { Readable, Writable };
 // destruction; both, and everything between, on one thread.
 //
 // `callback` is called in every pass in which the descriptor is ready: whoever does not take what is there, or has nothing to
-// write, pauses the source or destroys it, or the loop spins. End of file, hang-up and errors count as ready, and the next read or
-// write tells which. The callback may destroy the source and may run the loop, which then may call it again before it returns; so the
-// descriptor should be non-blocking and "nothing there after all" is to be expected.
+// write, pauses the source or destroys it, or the loop spins. End of file, hang-up and errors count as ready, and the next read
+// or write tells which. The callback may destroy the source and may run the loop, which then may call it again before it returns;
+// so the descriptor should be non-blocking and "nothing there after all" is to be expected.
 class RunLoopFileSource {
 public:
     // The descriptor is borrowed and must stay open while the source lives.

@@ -7,8 +7,8 @@ class NSRunLoop;
 struct _GSource;
 
 // One thing that a run loop waits for: a moment, a file descriptor's readiness, or both. The building block of NSTimer and
-// RunLoopFileSource. Attached while it lives; the callback is not called after its destruction, which the callback itself may cause.
-// Used on the loop's own thread only.
+// RunLoopFileSource. Attached while it lives; the callback is not called after its destruction, which the callback itself may
+// cause. Used on the loop's own thread only.
 class RunLoopSource {
 public:
     // Whether the callback may be called again while it runs the loop.

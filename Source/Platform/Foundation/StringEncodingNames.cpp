@@ -13,8 +13,8 @@ struct NamedEncoding {
     const char* name;
 };
 
-// The platform's numbers: small ones of its own, the others made of the high bit and its low-level encoding numbers. Where ICU has
-// one converter for two of these names, the first one counts.
+// The platform's numbers: small ones of its own, the others made of the high bit and its low-level encoding numbers. Where ICU
+// has one converter for two of these names, the first one counts.
 constexpr NamedEncoding namedEncodings[] = {
     {NSASCIIStringEncoding, "US-ASCII"},
     {3, "EUC-JP"},

@@ -36,7 +36,8 @@ StringSearch::StringSearch(std::u16string_view text, std::u16string_view pattern
     if (!_comparesUnits) {
         _fallbacks = fallbacksOf(_pattern);
         _pieces.emplace(text, isBackwards() ? _end : _start, options);
-        // A range that begins inside a piece begins behind it. Backwards the walk already stands before a piece that the end cuts.
+        // A range that begins inside a piece begins behind it. Backwards the walk already stands before a
+        // piece that the end cuts.
         while (!isBackwards() && _pieces->position() < _start && _pieces->next()) { }
     }
 }

@@ -35,12 +35,12 @@ private:
     size_t _start;   // what is left to search
     size_t _end;
     bool _comparesUnits;
-    // The pattern as it is compared, in the order in which the text is read, and for each of its fronts the length of the longest shorter
-    // front that is also its back; filled in when it is needed.
+    // The pattern as it is compared, in the order in which the text is read, and for each of its fronts the length of the longest
+    // shorter front that is also its back; filled in when it is needed.
     std::u16string _pattern;
     std::vector<uint32_t> _fallbacks;
-    // How much of the pattern the units read last agree with, how many units of keys were read, and the pieces that may begin a match:
-    // units read before them, and their near edges in the text.
+    // How much of the pattern the units read last agree with, how many units of keys were read, and the pieces that may begin a
+    // match: units read before them, and their near edges in the text.
     size_t _matched = 0;
     size_t _read = 0;
     struct Candidate {

@@ -7,8 +7,8 @@
 #include <string_view>
 
 // The syntax of addresses (RFC 3986) on the text as it is written. GLib's GUri is not used for it: it refuses texts that the
-// platform takes (a port that is no number, an unclosed bracket, an empty text), and joining its parts again does not give back the
-// text as written.
+// platform takes (a port that is no number, an unclosed bracket, an empty text), and joining its parts again does not give
+// back the text as written.
 
 // The parts of an address, as written, without their delimiters. They are views of the text that was split.
 struct URLParts {
@@ -47,10 +47,10 @@ inline constexpr std::string_view URLQueryAllowedCharacters =
     "!$&'()*+,-./0123456789:;=?@ABCDEFGHIJKLMNOPQRSTUVWXYZ_abcdefghijklmnopqrstuvwxyz~";
 inline constexpr std::string_view URLFragmentAllowedCharacters = URLQueryAllowedCharacters;
 
-// `text` in UTF-8 with every byte that is not in `allowed` (ASCII characters) written as "%XX". Absent for an absent text and when a
-// surrogate is unpaired.
+// `text` in UTF-8 with every byte that is not in `allowed` (ASCII characters) written as "%XX". Absent for an absent text and
+// when a surrogate is unpaired.
 [[nodiscard]] NSString stringByAddingPercentEncoding(const NSString& text, std::string_view allowed);
-// `text` with every "%XX" replaced by its byte. Absent for an absent text, when a "%" is not followed by two hexadecimal digits, and
-// when the bytes are not valid UTF-8.
+// `text` with every "%XX" replaced by its byte. Absent for an absent text, when a "%" is not followed by two hexadecimal digits,
+// and when the bytes are not valid UTF-8.
 [[nodiscard]] NSString stringByRemovingPercentEncoding(const NSString& text);
 [[nodiscard]] NSString stringByRemovingPercentEncoding(std::string_view text);

@@ -26,5 +26,6 @@ using os_log_t = std::shared_ptr<const OSLog>;
 // writer has the journal's address built in; a test that wants to see the entries puts a socket of its own there.
 void os_log_error(const os_log_t& log, std::string_view text);
 
-// The fields of that entry with their values: MESSAGE, PRIORITY (3), SYSLOG_IDENTIFIER (the process's name), SUBSYSTEM and CATEGORY.
+// The fields of that entry with their values: MESSAGE, PRIORITY (3), SYSLOG_IDENTIFIER (the process's name), SUBSYSTEM and
+// CATEGORY.
 [[nodiscard]] std::vector<std::pair<const char*, std::string>> os_log_error_fields(const OSLog& log, std::string_view text);

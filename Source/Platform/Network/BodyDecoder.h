@@ -26,15 +26,15 @@ public:
     [[nodiscard]] virtual bool mayEnd() const = 0;
 };
 
-// Undoes the codings of an HTTP body. It is strict where libsoup is not: a chunked body without its last chunk is cut short, and what
-// is not in the coding that the server names is an error.
+// Undoes the codings of an HTTP body. It is strict where libsoup is not: a chunked body without its last chunk is cut short, and
+// what is not in the coding that the server names is an error.
 class BodyDecoder {
 public:
     enum class Outcome { Bytes, NeedsMore, End, Failed };
 
     void addChunked();
-    // For a Content-Encoding field, whose last coding is undone first: gzip, deflate and br; "identity" is none. A field that names any
-    // other coding is ignored as a whole. False when there are more codings than any honest server uses.
+    // For a Content-Encoding field, whose last coding is undone first: gzip, deflate and br; "identity" is none. A field that
+    // names any other coding is ignored as a whole. False when there are more codings than any honest server uses.
     [[nodiscard]] bool addContentCodings(std::string_view field);
     // Whether bytes stay as they are.
     [[nodiscard]] bool isIdle() const { return _levels.empty(); }
@@ -43,8 +43,8 @@ public:
     void feed(std::span<const std::byte> bytes) { _raw = bytes; }
     // There are no more.
     void feedEnd() { _rawEnded = true; }
-    // Decodes into `output`, which must not be empty: `*count` bytes when the outcome is Bytes. After the first End or Failed it is not
-    // to be called again.
+    // Decodes into `output`, which must not be empty: `*count` bytes when the outcome is Bytes. After the first End or Failed it
+    // is not to be called again.
     [[nodiscard]] Outcome decode(std::span<std::byte> output, size_t* count);
     // Why it failed, in NSURLErrorDomain.
     [[nodiscard]] int64_t errorCode() const { return _errorCode; }

@@ -14,9 +14,9 @@
 #include <span>
 #include <vector>
 
-// Where a download's bytes come from. One operation, `open` or `read`, is under way at a time; its end is told once by `news`, inside
-// a run of the run loop but from within library code: `news` only makes a note of it and throws nothing. Used on one thread. To be
-// owned by a shared pointer: what is under way keeps the source alive.
+// Where a download's bytes come from. One operation, `open` or `read`, is under way at a time; its end is told once by `news`,
+// inside a run of the run loop but from within library code: `news` only makes a note of it and throws nothing. Used on one
+// thread. To be owned by a shared pointer: what is under way keeps the source alive.
 class ByteSource : public std::enable_shared_from_this<ByteSource> {
 public:
     ByteSource(const ByteSource&) = delete;
@@ -36,7 +36,8 @@ public:
     [[nodiscard]] std::span<const std::byte> bytes() const { return std::span(_buffer).first(_count); }
     // The address that is being loaded: after redirects, the last one.
     [[nodiscard]] virtual NSURL url() const = 0;
-    // The moment of the monotonic clock, in microseconds, at which something was last heard of the other side; 0 when that is unknown.
+    // The moment of the monotonic clock, in microseconds, at which something was last heard of the other
+    // side; 0 when that is unknown.
     [[nodiscard]] virtual int64_t lastArrival() const { return 0; }
 
 protected:
@@ -49,7 +50,8 @@ protected:
     void failed(NSError error);
 
     [[nodiscard]] GCancellable* cancellable() const { return _cancellable.get(); }
-    // For callbacks of asynchronous operations: `reference` as their user data keeps the source alive, `fromReference` takes it back.
+    // For callbacks of asynchronous operations: `reference` as their user data keeps the source alive,
+    // `fromReference` takes it back.
     [[nodiscard]] gpointer reference() { return new std::shared_ptr<ByteSource>(shared_from_this()); }
     template <typename Source>
     [[nodiscard]] static std::shared_ptr<Source> fromReference(gpointer data)

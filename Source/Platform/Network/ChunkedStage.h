@@ -4,8 +4,8 @@
 
 #include <string>
 
-// The chunked transfer coding of RFC 9112, section 7.1. It ends with the size of the last chunk: extensions and trailer fields do not
-// count.
+// The chunked transfer coding of RFC 9112, section 7.1. It ends with the size of the last chunk: extensions and
+// trailer fields do not count.
 class ChunkedStage : public DecodingStage {
 public:
     Step decode(std::span<const std::byte> input, std::span<std::byte> output) override;

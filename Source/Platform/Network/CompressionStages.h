@@ -7,7 +7,8 @@
 
 // No bytes at all are no bytes in every one of these codings.
 
-// gzip, also of several members; or deflate, with the zlib header that it should have or without. What follows the end is ignored.
+// gzip, also of several members; or deflate, with the zlib header that it should have or without. What
+// follows the end is ignored.
 class ZlibStage : public DecodingStage {
 public:
     enum class Format { Gzip, Deflate };

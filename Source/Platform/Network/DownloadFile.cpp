@@ -28,7 +28,8 @@ NSString plainName(const NSString& name, const NSString& fallbackName)
     return cleaned ? cleaned : fallbackName;
 }
 
-// Where the extension with its dot begins; the length of the name when it has none. That of a packed archive is "tar.gz" or the like.
+// Where the extension with its dot begins; the length of the name when it has none. That of a packed archive
+// is "tar.gz" or the like.
 size_t beginOfExtension(const std::string& name)
 {
     const size_t dot = name.rfind('.');
@@ -87,8 +88,8 @@ std::unique_ptr<DownloadFile> DownloadFile::create(
 
 int DownloadFile::createExclusively(const std::string& folder, const std::string& name)
 {
-    // The folder is kept open, so that one that is renamed meanwhile does not hide the file that is to be removed. O_PATH asks for no
-    // right to list it.
+    // The folder is kept open, so that one that is renamed meanwhile does not hide the file that is to be removed. O_PATH asks
+    // for no right to list it.
     _folder.reset(::open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
     if (!_folder)
         return errno;

@@ -13,13 +13,14 @@
 // What happens to a file that has the wanted name already.
 enum class ExistingFile { Keep, Replace };
 
-// The file that a download becomes. Its name is always one plain name in the folder of the wanted path. With ExistingFile::Keep it is
-// there from the start, made exclusively: it is never a file that somebody else made. With ExistingFile::Replace it appears at the end, in one step.
+// The file that a download becomes. Its name is always one plain name in the folder of the wanted path. With ExistingFile::Keep
+// it is there from the start, made exclusively: it is never a file that somebody else made. With ExistingFile::Replace it appears
+// at the end, in one step.
 class DownloadFile {
 public:
     // A last component that is empty, "." or "..", has control characters or is longer than 255 bytes is cleaned, or replaced by
-    // `fallbackName` (a clean one) when nothing remains of it. Where the name is taken and kept, "name-1.ext" to "name-999.ext" are tried.
-    // None on failure; then the file error, which names the path, goes to `*error`.
+    // `fallbackName` (a clean one) when nothing remains of it. Where the name is taken and kept, "name-1.ext" to "name-999.ext"
+    // are tried. None on failure; then the file error, which names the path, goes to `*error`.
     [[nodiscard]] static std::unique_ptr<DownloadFile> create(
         const NSString& path, const NSString& fallbackName, ExistingFile existing, NSError* error);
     DownloadFile(const DownloadFile&) = delete;
@@ -50,5 +51,6 @@ private:
     FileDescriptor _file;
 };
 
-// The name to try after `name` was taken for the `number`th time: "name-1.ext", "name-1.tar.gz"; of at most 255 bytes when `name` is.
+// The name to try after `name` was taken for the `number`th time: "name-1.ext", "name-1.tar.gz"; of at most
+// 255 bytes when `name` is.
 [[nodiscard]] std::string numberedFilename(const std::string& name, int number);

@@ -10,8 +10,8 @@ struct URIUnref {
 };
 using URIPointer = std::unique_ptr<GUri, URIUnref>;
 
-// The address that `text` is, seen from `base` if given. What browsers take but what may not stand in an address (blanks, characters
-// beyond ASCII) is percent-escaped first. None when it still is no address.
+// The address that `text` is, seen from `base` if given. What browsers take but what may not stand in an address (blanks,
+// characters beyond ASCII) is percent-escaped first. None when it still is no address.
 [[nodiscard]] URIPointer parsedAddress(std::string_view text, GUri* base = nullptr);
 
 // Whether it is an http or https address with a host.

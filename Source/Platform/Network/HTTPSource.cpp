@@ -58,8 +58,8 @@ NSDictionary dictionaryOf(SoupMessageHeaders* headers)
     return fields;
 }
 
-// The bytes below libsoup's own decoding of chunks, which takes the end of the connection for the end of the body. None when the answer
-// is built of other parts, as over HTTP/2, which has no chunks.
+// The bytes below libsoup's own decoding of chunks, which takes the end of the connection for the end of the body. None when the
+// answer is built of other parts, as over HTTP/2, which has no chunks.
 ObjectPointer<GInputStream> streamOfChunks(GInputStream* stream)
 {
     while (G_IS_FILTER_INPUT_STREAM(stream)) {
@@ -116,8 +116,8 @@ void HTTPSource::makeSession()
     soup_session_remove_feature_by_type(_session.get(), SOUP_TYPE_CONTENT_DECODER);
     if (_request.HTTPShouldHandleCookies())
         soup_session_add_feature_by_type(_session.get(), SOUP_TYPE_COOKIE_JAR);
-    // None means none: otherwise GIO asks the desktop's settings, which connects the process to the session bus in a way that ends it
-    // (SIGTERM) when the bus ends.
+    // None means none: otherwise GIO asks the desktop's settings, which connects the process to the session bus in a way that
+    // ends it (SIGTERM) when the bus ends.
     const ObjectPointer<GProxyResolver> proxies{newProxyResolverFromEnvironment()};
     soup_session_set_proxy_resolver(_session.get(), proxies.get());
 }

@@ -13,7 +13,8 @@
 namespace {
 
 constexpr double defaultTimeout = 60;   // seconds
-// Passes of the run loop that a silence must outlast beyond its time: what arrived while the program was busy elsewhere is found in them.
+// Passes of the run loop that a silence must outlast beyond its time: what arrived while the program was busy
+// elsewhere is found in them.
 constexpr int passesOfGrace = 3;
 
 NSString downloadsFolder()
@@ -35,8 +36,8 @@ std::shared_ptr<ByteSource> sourceFor(const NSURLRequest& request)
 }
 
 // The steps of a download. Each is made by a source of the run loop, never within calls of libraries, so that the delegate may do
-// whatever it likes: run the loop (the next step waits for the present one), destroy the download, or throw. Therefore the next step is
-// set up before the delegate is called.
+// whatever it likes: run the loop (the next step waits for the present one), destroy the download, or throw. Therefore the next
+// step is set up before the delegate is called.
 struct NSURLDownload::Transfer : std::enable_shared_from_this<Transfer> {
     using Step = void (Transfer::*)();
 

@@ -11,8 +11,8 @@
 class NSURLDownload;
 
 // Told how a download goes. All calls come inside runs of the run loop, on the thread that started the download; they may run the
-// loop (then this download's next call waits for the present one), cancel or destroy the download, and throw: the download goes on in
-// the next run. Every download ends in exactly one finish or failure, unless it is cancelled.
+// loop (then this download's next call waits for the present one), cancel or destroy the download, and throw: the download goes
+// on in the next run. Every download ends in exactly one finish or failure, unless it is cancelled.
 class NSURLDownloadDelegate {
 public:
     virtual ~NSURLDownloadDelegate() = default;
@@ -29,9 +29,9 @@ public:
     virtual void downloadDidFailWithError(NSURLDownload&, const NSError& /*error*/) { }
 };
 
-// Fetches an address into a file, without holding it in memory. http and https go over the network, with redirects, content-decoding, proxies of the
-// environment and verified TLS; "file" is read from the disk. The request's header fields, "User-Agent" and "Cookie" among them, go with it; its time-out is
-// idle time. To be used on one thread.
+// Fetches an address into a file, without holding it in memory. http and https go over the network, with redirects,
+// content-decoding, proxies of the environment and verified TLS; "file" is read from the disk. The request's header fields,
+// "User-Agent" and "Cookie" among them, go with it; its time-out is idle time. To be used on one thread.
 class NSURLDownload {
 public:
     // Starts in the next pass of the run loop. `delegate` is borrowed and must outlive the download.
@@ -41,7 +41,8 @@ public:
     // Cancels.
     ~NSURLDownload();
 
-    // Where the bytes go. Where a file of that name exists and may not be overwritten, "name-1.ext", "name-2.ext" and so on are tried.
+    // Where the bytes go. Where a file of that name exists and may not be overwritten, "name-1.ext",
+    // "name-2.ext" and so on are tried.
     void setDestination(const NSString& path, bool allowOverwrite);
     // Ends the download without further news, and removes what had been written.
     void cancel();

@@ -26,11 +26,12 @@ enum NSPrintingPaginationMode : int64_t {
     NSClipPagination = 2    // what does not fit one page is left out
 };
 
-// How something is printed. What is not set has the usual value: the usual paper, margins of 72 points at the sides and 90 above and
-// below, automatic pagination, centred, to a printer.
+// How something is printed. What is not set has the usual value: the usual paper, margins of 72 points at the sides and 90 above
+// and below, automatic pagination, centred, to a printer.
 class NSPrintInfo {
 public:
-    // The settings of this system, with its usual paper as it was when they were first asked for. Not to be changed; take a copy of its dictionary.
+    // The settings of this system, with its usual paper as it was when they were first asked for. Not to be changed; take
+    // a copy of its dictionary.
     [[nodiscard]] static const NSPrintInfo& sharedPrintInfo();
     NSPrintInfo();
     // Values of another type than the key's count as not set.

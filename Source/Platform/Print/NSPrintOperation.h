@@ -15,8 +15,9 @@ public:
     [[nodiscard]] bool showsPrintPanel() const { return _showsPrintPanel; }
     [[nodiscard]] bool showsProgressPanel() const { return _showsProgressPanel; }
 
-    // Whether the pages are in the file that the settings name, whole and in place of an older one. False when the settings say
-    // otherwise than to save them, when the view cannot be printed and when the file cannot be written; an older file is untouched then.
+    // Whether the pages are in the file that the settings name, whole and in place of an older one. False when the
+    // settings say otherwise than to save them, when the view cannot be printed and when the file cannot be written; an
+    // older file is untouched then.
     [[nodiscard]] bool runOperation();
 
 private:

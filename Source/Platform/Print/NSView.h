@@ -8,8 +8,8 @@
 class NSPrintInfo;
 class NSWindow;
 
-// Something with a place in a window that can be put on paper. Views do not own each other: one that goes leaves its superview, and its
-// subviews stand alone from then on. Main thread only.
+// Something with a place in a window that can be put on paper. Views do not own each other: one that goes leaves its superview,
+// and its subviews stand alone from then on. Main thread only.
 class NSView {
 public:
     // `frame` in points, in the superview's coordinates.

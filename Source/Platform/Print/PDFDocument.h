@@ -19,8 +19,8 @@ inline const NSString PDFDocumentKeywordsAttribute = u"Keywords";           // a
 
 class PDFFile;
 
-// A PDF. A default-constructed one is absent: it has no pages and no attributes and cannot be written. Copies are the same document. Main
-// thread only.
+// A PDF. A default-constructed one is absent: it has no pages and no attributes and cannot be written. Copies are the same
+// document. Main thread only.
 class PDFDocument {
 public:
     PDFDocument() = default;
@@ -32,16 +32,17 @@ public:
     explicit operator bool() const { return _file != nullptr; }
     [[nodiscard]] size_t pageCount() const;
 
-    // Present and empty when the document says nothing; absent for an absent document. Entries that are no text count as not there.
+    // Present and empty when the document says nothing; absent for an absent document. Entries that are no
+    // text count as not there.
     [[nodiscard]] NSDictionary documentAttributes() const;
-    // Replaces them. An attribute that is equal to what the document says stays byte for byte; one that is not among `attributes` is
-    // removed; any text can be a value. What else the document says of itself is kept.
+    // Replaces them. An attribute that is equal to what the document says stays byte for byte; one that is not among `attributes`
+    // is removed; any text can be a value. What else the document says of itself is kept.
     void setDocumentAttributes(const NSDictionary& attributes);
 
     // The whole document; absent when there is none or it is broken.
     [[nodiscard]] NSData dataRepresentation() const;
-    // Writes the same bytes, atomically, without holding them all in memory. False on failure; then the error goes to `*error` if given. An
-    // absent document fails without an error.
+    // Writes the same bytes, atomically, without holding them all in memory. False on failure; then the error goes to `*error` if
+    // given. An absent document fails without an error.
     [[nodiscard]] bool writeToFile(const NSString& path, NSError* error = nullptr) const;
 
 private:

@@ -11,8 +11,8 @@
 #include <set>
 #include <string_view>
 
-// A PDF file that is read and changed. What was changed is written behind the bytes that were there, which are not touched: that costs
-// what the change costs, however large the file is, and keeps everything else as it was. A file of another make (no plain
+// A PDF file that is read and changed. What was changed is written behind the bytes that were there, which are not touched: that
+// costs what the change costs, however large the file is, and keeps everything else as it was. A file of another make (no plain
 // cross-reference table, encrypted, or repaired while it was read) is written anew.
 class PDFFile {
 public:

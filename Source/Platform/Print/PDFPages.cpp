@@ -105,8 +105,8 @@ void scalePages(PDFFile& file, double factor)
     PlacedMarks(file, placements).move();
 }
 
-// Draws all pages on the first one, below each other, and leaves that one only. Tags name places in the contents of pages, which these
-// are no longer.
+// Draws all pages on the first one, below each other, and leaves that one only. Tags name places in the contents of pages,
+// which these are no longer.
 void stackPages(PDFFile& file)
 {
     const std::vector<QPDFObjectHandle> pages = file.pages();

@@ -16,8 +16,8 @@ struct PagePlacement {
     [[nodiscard]] double movedY(double value) const { return value * scale + y; }
 };
 
-// Moves all that points at places on pages, but is not among their contents: links and other annotations, named destinations and the
-// outline.
+// Moves all that points at places on pages, but is not among their contents: links and other annotations, named
+// destinations and the outline.
 class PlacedMarks {
 public:
     // `placements` by the page that the contents come from.

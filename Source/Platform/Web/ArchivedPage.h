@@ -8,23 +8,24 @@
 #include <unordered_map>
 #include <vector>
 
-// The archive that a view shows, and which part of it belongs to which frame. Each frame gets what its own archive holds, and the same
-// address may be something else in another frame. Look-ups take constant time.
+// The archive that a view shows, and which part of it belongs to which frame. Each frame gets what its own archive holds, and the
+// same address may be something else in another frame. Look-ups take constant time.
 class ArchivedPage {
 public:
     // `archive` must not be absent.
     explicit ArchivedPage(WebArchive archive) : _archive(std::move(archive)) { }
 
-    // What the main frame has to load: the main resource's address or, where a view can load no such address (there is none, or its
-    // scheme is of some other program), one that stands for it.
+    // What the main frame has to load: the main resource's address or, where a view can load no such address (there is none, or
+    // its scheme is of some other program), one that stands for it.
     [[nodiscard]] NSURL address() const;
 
-    // The archived page for a frame that is about to load the document at `url`, from now on with its resources; absent when there
-    // is none, and then the frame has no archive any more. A sub-frame's page is one of its parent's sub-frame archives: of those with
-    // this address the one in the frame's own place, else the first that no frame has yet, else the first.
+    // The archived page for a frame that is about to load the document at `url`, from now on with its resources; absent when
+    // there is none, and then the frame has no archive any more. A sub-frame's page is one of its parent's sub-frame archives: of
+    // those with this address the one in the frame's own place, else the first that no frame has yet, else the first.
     [[nodiscard]] WebResource documentForFrame(FrameTree& frames, const FrameID& frame, const NSURL& url);
-    // What the frame's archive holds under that address, fragments apart; absent when it holds nothing. A frame whose document came
-    // without a request (in an attribute, by script) has the archive in its place among its parent's archives of such frames.
+    // What the frame's archive holds under that address, fragments apart; absent when it holds nothing. A frame whose
+    // document came without a request (in an attribute, by script) has the archive in its place among its parent's
+    // archives of such frames.
     [[nodiscard]] WebResource resourceForFrame(FrameTree& frames, const FrameID& frame, const NSURL& url);
     void frameDetached(const FrameID& frame) { _shown.erase(frame); }
 

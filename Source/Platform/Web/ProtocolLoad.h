@@ -12,8 +12,8 @@ class ProtocolLoad final : public NSURLProtocolClient, public std::enable_shared
 public:
     using Ended = std::function<void(ProtocolLoad& load)>;
 
-    // Offers `request` to the registered classes. Null when none claims it. `decide` is called once with the answer, and `ended` just
-    // before, unless the load is cancelled first.
+    // Offers `request` to the registered classes. Null when none claims it. `decide` is called once with the answer, and `ended`
+    // just before, unless the load is cancelled first.
     [[nodiscard]] static std::shared_ptr<ProtocolLoad> loadForRequest(
         const NSURLRequest& request, RequestDecision decide, Ended ended);
     // Begins; may end at once.

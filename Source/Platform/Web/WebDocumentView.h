@@ -18,8 +18,8 @@ public:
 
     // The document as it is laid out, without page breaks; what is outside the document is empty.
     [[nodiscard]] NSData dataWithPDFInsideRect(NSRect rect) override;
-    // Fitting horizontally, a document that is wider than the paper between its margins is made smaller; none is made larger. Pages break where the
-    // document allows it. Nothing is centred, whatever `info` says.
+    // Fitting horizontally, a document that is wider than the paper between its margins is made smaller; none is made larger.
+    // Pages break where the document allows it. Nothing is centred, whatever `info` says.
     [[nodiscard]] NSData dataWithPDFForPrintInfo(const NSPrintInfo& info) override;
 
 private:

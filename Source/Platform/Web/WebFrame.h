@@ -33,9 +33,10 @@ public:
     // Loads a request into the main frame, with the view's preferences; news comes while the run loop runs. What is loading there
     // is stopped. Any other frame loads only what its page says: for it NSInvalidArgumentException is thrown.
     void loadRequest(const NSURLRequest& request);
-    // Shows an archive in the main frame, as loadRequest shows a page, under the address that the archive gives it: its frames get their
-    // own archived pages, and each frame what its own archive holds. What the archive does not hold is requested as for any page. An
-    // archive without an address that can be loaded is shown under one that stands for it. Does nothing for an absent archive.
+    // Shows an archive in the main frame, as loadRequest shows a page, under the address that the archive gives it: its
+    // frames get their own archived pages, and each frame what its own archive holds. What the archive does not hold is
+    // requested as for any page. An archive without an address that can be loaded is shown under one that stands for it. Does
+    // nothing for an absent archive.
     void loadArchive(const WebArchive& archive);
     // Stops every load of the view.
     void stopLoading();

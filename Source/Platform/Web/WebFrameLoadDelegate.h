@@ -15,8 +15,8 @@ class WebView;
 // lost).
 //
 // Each provisional load that started ends in one failure, or commits; each committed one ends in one finish or failure, unless
-// another document takes its place first. A main frame that has finished fails all the same, once, when the engine that shows it is
-// gone. A frame that is removed while it loads fails with NSURLErrorCancelled. `frame` is
+// another document takes its place first. A main frame that has finished fails all the same, once, when the engine that shows it
+// is gone. A frame that is removed while it loads fails with NSURLErrorCancelled. `frame` is
 // absent only when the engine speaks of a frame that the view has never seen.
 class WebFrameLoadDelegate {
 public:

@@ -15,8 +15,8 @@ public:
     {
     }
 
-    // What shows the frame's document, always the same one. Null while the frame shows none, and for frames inside others, which are part of what the main
-    // frame shows.
+    // What shows the frame's document, always the same one. Null while the frame shows none, and for frames inside others, which
+    // are part of what the main frame shows.
     [[nodiscard]] WebDocumentView* documentView();
 
 private:

@@ -9,8 +9,8 @@
 
 namespace {
 
-// How long an answer of the engine is waited for; an engine that falls silent is given up long before. One that did not come makes the next ones wait less: whoever asks has other
-// ways to go on, and is not to stand still at each of them.
+// How long an answer of the engine is waited for; an engine that falls silent is given up long before. One that did not come
+// makes the next ones wait less: whoever asks has other ways to go on, and is not to stand still at each of them.
 constexpr std::chrono::milliseconds usualPatience{30'000};
 constexpr std::chrono::milliseconds lostPatience{1'000};
 // What printing and painting may take on top of that: documents of a million pixels take less.

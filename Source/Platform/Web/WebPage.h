@@ -43,8 +43,8 @@ public:
 
     // Whether the engine asks about every request of the present load.
     [[nodiscard]] bool areRequestsOffered() const { return _offersRequests; }
-    // Says what becomes of an offered request, in the form that the delegate gave it (see WebResourceLoadDelegate). `decide` is called at
-    // once, or when a protocol class has told all of its answer, or never when loads are stopped first.
+    // Says what becomes of an offered request, in the form that the delegate gave it (see WebResourceLoadDelegate). `decide` is
+    // called at once, or when a protocol class has told all of its answer, or never when loads are stopped first.
     void answerRequest(const OfferedRequest& offered, const NSURLRequest& request, const RequestDecision& decide);
     // Null when no archive is shown.
     [[nodiscard]] ArchivedPage* archivedPage() const { return _archivedPage.get(); }

@@ -26,12 +26,12 @@ public:
     {
         return {};
     }
-    // The first request of a load (without a `redirectResponse`), and each to which a redirect led. When the delegate changes requests,
-    // or a protocol class was registered when the view's load began, the request waits until this returns: what is returned is offered
-    // to the archive that the view shows, then to the registered protocol classes (see NSURLProtocol), and then sent, unless its cache
-    // policy is NSURLRequestReturnCacheDataDontLoad. Such a request never reaches the network, and fails with
-    // NSURLErrorResourceUnavailable; an absent one fails with NSURLErrorCancelled. Deliberate: otherwise the request is on its way
-    // already when the view's engine tells of it, and what is returned changes nothing.
+    // The first request of a load (without a `redirectResponse`), and each to which a redirect led. When the delegate changes
+    // requests, or a protocol class was registered when the view's load began, the request waits until this returns: what is
+    // returned is offered to the archive that the view shows, then to the registered protocol classes (see NSURLProtocol), and
+    // then sent, unless its cache policy is NSURLRequestReturnCacheDataDontLoad. Such a request never reaches the network, and
+    // fails with NSURLErrorResourceUnavailable; an absent one fails with NSURLErrorCancelled. Deliberate: otherwise the request
+    // is on its way already when the view's engine tells of it, and what is returned changes nothing.
     virtual NSURLRequest webViewResourceWillSendRequest(WebView&, const Value& /*identifier*/, const NSURLRequest& request,
         const NSURLResponse& /*redirectResponse*/, const WebDataSource& /*dataSource*/)
     {

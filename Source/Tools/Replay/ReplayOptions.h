@@ -17,8 +17,8 @@ struct ReplayOptions {
     bool wantsHelp = false;   // nothing else counts then
 };
 
-// Reads the arguments, the program's name first. Nothing when they cannot be understood; then what is wrong with them, as the rest of a
-// sentence line for people, goes to `*problem`.
+// Reads the arguments, the program's name first. Nothing when they cannot be understood; then what is wrong with them, as the
+// rest of a sentence line for people, goes to `*problem`.
 [[nodiscard]] std::optional<ReplayOptions> replayOptionsFromArguments(const NSArray& arguments, NSString* problem);
 
 // The text that --help prints.

@@ -10,8 +10,8 @@
 #include <string>
 #include <vector>
 
-// Every operation takes time linear in the length. The texts here are those on which the usual shortcuts become quadratic, and so long
-// that a quadratic operation would not end within the time limit of a test.
+// Every operation takes time linear in the length. The texts here are those on which the usual shortcuts become quadratic, and so
+// long that a quadratic operation would not end within the time limit of a test.
 
 namespace {
 

@@ -13,7 +13,8 @@ namespace {
 
 class PagesOfPDF : public testing::Test {
 protected:
-    // Two pages of 600 × 800 with a word, a gradient, a link to the other page and one outside; an outline and named destinations.
+    // Two pages of 600 × 800 with a word, a gradient, a link to the other page and one outside; an outline and named
+    // destinations.
     [[nodiscard]] NSData sample() const
     {
         std::string text =

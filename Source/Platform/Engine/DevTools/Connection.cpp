@@ -12,7 +12,8 @@
 namespace {
 
 constexpr size_t readSize = 1 << 20;
-// No message of a page that a person could look at comes near this; beyond it the engine is taken for mad rather than memory filled.
+// No message of a page that a person could look at comes near this; beyond it the engine is taken for mad
+// rather than memory filled.
 constexpr size_t largestMessage = size_t(1) << 30;
 constexpr std::chrono::milliseconds silence{500};
 

@@ -13,9 +13,9 @@
 
 // Commands to the engine and messages from it, over its pipe; messages end with a NUL byte.
 //
-// Events and replies are delivered in the order in which they came, only inside runs of the run loop, on the thread that made the connection.
-// A handler may send commands, run the loop, or wait for replies. When the pipe ends, every pending command is answered with a refusal and
-// then the closed handler is called.
+// Events and replies are delivered in the order in which they came, only inside runs of the run loop, on the thread that made the
+// connection. A handler may send commands, run the loop, or wait for replies. When the pipe ends, every pending command is
+// answered with a refusal and then the closed handler is called.
 class Connection {
 public:
     // Why a command was not carried out, or its result.
@@ -38,18 +38,21 @@ public:
     // Events for whose method this is true are thrown away unparsed.
     void setIgnoredEvents(std::function<bool(std::string_view method)> ignored) { _isIgnored = std::move(ignored); }
 
-    // Events for whose method this is true are delivered also while only replies are read: the engine waits for an answer to them.
+    // Events for whose method this is true are delivered also while only replies are read: the engine waits for an answer to
+    // them.
     void setUrgentEvents(std::function<bool(std::string_view method)> urgent) { _isUrgent = std::move(urgent); }
 
     // Called after each half second of silence while waitForReplies waits; false ends that wait, unanswered.
     void setSilenceHandler(std::function<bool()> handler) { _silenceHandler = std::move(handler); }
 
-    // Sends a command; `parameters` is a JSON object's text. `onReply` may be empty when the result does not matter. `session` is
-    // empty for the engine as a whole. On a closed connection the handler is called with a refusal in the next pass of the run loop.
+    // Sends a command; `parameters` is a JSON object's text. `onReply` may be empty when the result does not matter.
+    // `session` is empty for the engine as a whole. On a closed connection the handler is called with a refusal in the
+    // next pass of the run loop.
     void send(const std::string& session, std::string_view method, std::string_view parameters, ReplyHandler onReply = {});
 
-    // Reads and delivers replies and urgent events, and nothing else, until `isDone` or `deadline`; events wait for the next run of the run loop, in their
-    // order. For questions that must be answered before their caller goes on. Returns whether it is done.
+    // Reads and delivers replies and urgent events, and nothing else, until `isDone` or `deadline`; events wait for the
+    // next run of the run loop, in their order. For questions that must be answered before their caller goes on.
+    // Returns whether it is done.
     [[nodiscard]] bool waitForReplies(const std::function<bool()>& isDone, std::chrono::steady_clock::time_point deadline);
 
     [[nodiscard]] bool isOpen() const { return _isOpen; }

@@ -28,13 +28,15 @@ std::vector<std::string> engineFlags(NSSize viewSize, bool withoutSandbox, bool 
         "--disable-crash-reporter",
         "--password-store=basic",
         "--deny-permission-prompts",
-        // New windows are refused before they are made. Engines that do not know this flag have theirs closed (see Interruptions).
+        // New windows are refused before they are made. Engines that do not know this flag have theirs
+        // closed (see Interruptions).
         "--block-new-web-contents",
         // A page in an unseen window keeps its timers and its speed.
         "--disable-renderer-backgrounding",
         "--disable-backgrounding-occluded-windows",
         "--disable-background-timer-throttling",
-        // Fewer processes for the same work: the services run inside the engine's main process; pages keep theirs, and its sandbox.
+        // Fewer processes for the same work: the services run inside the engine's main process; pages keep
+        // theirs, and its sandbox.
         "--in-process-gpu",
         "--enable-features=NetworkServiceInProcess2",
         // Going back is a load like any other, and is asked about.
@@ -50,8 +52,8 @@ std::vector<std::string> engineFlags(NSSize viewSize, bool withoutSandbox, bool 
         flags.emplace_back("--no-zygote");
     }
     if (withoutNetwork) {
-        // No name and no number leads to an address, for nothing that the engine connects to: pages, sockets, connections made ahead. Calls
-        // between browsers, which go by numbers of their own, would need a proxy, and there is none.
+        // No name and no number leads to an address, for nothing that the engine connects to: pages, sockets, connections made
+        // ahead. Calls between browsers, which go by numbers of their own, would need a proxy, and there is none.
         flags.emplace_back("--host-resolver-rules=MAP * ~NOTFOUND");
         flags.emplace_back("--no-proxy-server");
         flags.emplace_back("--force-webrtc-ip-handling-policy=disable_non_proxied_udp");

@@ -18,9 +18,9 @@ struct EngineIsolation {
     std::optional<EngineUser> user;   // absent: this process's own
 };
 
-// The best that is possible for the engine command `executable` here. An ordinary user's engine has its sandbox where the system lets
-// users make user namespaces, or has the engine's set-uid helper. The superuser's has none as it is; it runs as the user "nobody", with
-// its sandbox, when that user can run it and make user namespaces, unless the page is made of local files, which only the
-// superuser may be able to read. `temporaryFolder` is where the engine's private folder will be.
+// The best that is possible for the engine command `executable` here. An ordinary user's engine has its sandbox where the system
+// lets users make user namespaces, or has the engine's set-uid helper. The superuser's has none as it is; it runs as the user
+// "nobody", with its sandbox, when that user can run it and make user namespaces, unless the page is made of local files, which
+// only the superuser may be able to read. `temporaryFolder` is where the engine's private folder will be.
 [[nodiscard]] EngineIsolation engineIsolation(
     const std::string& executable, const std::string& temporaryFolder, bool readsLocalFiles);

@@ -51,8 +51,8 @@ std::string makePrivateFolder()
     return mkdtemp(pattern.data()) ? pattern : std::string();
 }
 
-// A home folder of the engine's own, in which it may leave what it likes. What a person has installed for pages to be shown with, fonts and
-// trusted certificates, is there too.
+// A home folder of the engine's own, in which it may leave what it likes. What a person has installed for pages to be shown with,
+// fonts and trusted certificates, is there too.
 std::string makeHome(const std::string& folder)
 {
     const std::string home = folder + "/home";

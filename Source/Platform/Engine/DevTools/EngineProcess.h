@@ -14,8 +14,8 @@
 // The running engine: its process tree, its private folder and the two ends of its protocol pipe.
 //
 // Between this process and the engine stands a small guard process. It starts the engine in a process group of its own, adopts
-// whatever the engine leaves behind, and when this process closes the engine or ends in any way, killed included, it ends every engine process
-// and removes the folder. So nothing stays, whoever dies first.
+// whatever the engine leaves behind, and when this process closes the engine or ends in any way, killed included, it ends every
+// engine process and removes the folder. So nothing stays, whoever dies first.
 class EngineProcess {
 public:
     struct Options {
@@ -29,8 +29,8 @@ public:
 
     // Where private folders are made: the environment variable TMPDIR, else "/tmp".
     [[nodiscard]] static std::string temporaryFolder();
-    // Starts the engine and returns at once; whether it lives is learnt from its pipe. Absent result with `*error` set when no folder,
-    // pipe or process can be made.
+    // Starts the engine and returns at once; whether it lives is learnt from its pipe. Absent result with `*error` set when no
+    // folder, pipe or process can be made.
     [[nodiscard]] static std::unique_ptr<EngineProcess> start(const Options& options, NSError* error);
     // Ends the engine and returns when all its processes and its folder are gone, after 5 seconds at the latest.
     ~EngineProcess();

@@ -10,9 +10,9 @@
 
 // Follows the page's frames and their navigations: what the engine's Page events say, in the client's terms.
 //
-// A navigation is told to the client in this order: started, committed, finished or failed. The events alone do not tell that: the engine shows error pages
-// of its own with all the events of a page, reports the end of loading for loads that nobody began, and lets a new navigation overtake an old
-// one silently.
+// A navigation is told to the client in this order: started, committed, finished or failed. The events alone do not tell that:
+// the engine shows error pages of its own with all the events of a page, reports the end of loading for loads that nobody began,
+// and lets a new navigation overtake an old one silently.
 class FrameTracker {
 public:
     // A navigation that has not committed yet.
@@ -56,10 +56,11 @@ public:
 
     // The navigation was allowed: it starts now. One that it overtakes fails first, as cancelled.
     void startNavigation(const FrameID& frame, const DocumentID& document, const NSURLRequest& request);
-    // The load of `document` failed, before or after it was committed. Told once; a document that is not loading any more is left alone.
+    // The load of `document` failed, before or after it was committed. Told once; a document that is not
+    // loading any more is left alone.
     void failDocument(const DocumentID& document, const NSError& error);
-    // The client refused the frame's navigation to `document`: it ends without news, even when the engine shows the document all the
-    // same for a moment.
+    // The client refused the frame's navigation to `document`: it ends without news, even when the engine shows the document
+    // all the same for a moment.
     void dropNavigation(const FrameID& frame, const DocumentID& document);
     // Fails everything that is loading in the frame.
     void failFrame(const FrameID& frame, const NSError& error);

@@ -13,9 +13,9 @@
 // A header value with what would end it early percent-escaped.
 [[nodiscard]] NSString sendableHeaderValue(const NSString& value);
 
-// The header fields that stand for `response` as the answer to `request`. An HTTP response has its own, but for those that tell how bytes
-// travelled. Any other says its type and encoding, `type` in place of its own when given, and that whoever asked may read it: an
-// answer from outside the network has no site whose secrets it could give away.
+// The header fields that stand for `response` as the answer to `request`. An HTTP response has its own, but for those that tell
+// how bytes travelled. Any other says its type and encoding, `type` in place of its own when given, and that whoever asked may
+// read it: an answer from outside the network has no site whose secrets it could give away.
 [[nodiscard]] NSDictionary fieldsOfAnswer(const NSURLRequest& request, const NSURLResponse& response, const NSString& type = {});
 
 [[nodiscard]] std::string base64Text(std::string_view bytes);

@@ -2,7 +2,8 @@
 
 #include "Platform/Engine/DevTools/EngineLink.h"
 
-// Answers what would otherwise stop a page until somebody comes: dialogs, downloads, windows of their own, questions for permission.
+// Answers what would otherwise stop a page until somebody comes: dialogs, downloads, windows of their own,
+// questions for permission.
 class Interruptions {
 public:
     explicit Interruptions(EngineLink& link) : _link(link) { }

@@ -136,7 +136,8 @@ std::optional<Message> Message::parse(std::string text)
     element root;
     simdjson::dom::object object;
     if (storage->parser.parse(storage->text.data(), length, false).get(root) || root.get(object)) {
-        // A page's text with half a surrogate pair makes a message that is no JSON. Whoever waits for this reply must still get one.
+        // A page's text with half a surrogate pair makes a message that is no JSON. Whoever waits for this
+        // reply must still get one.
         int64_t commandID = 0;
         const std::string_view start = std::string_view(storage->text).substr(0, 64);
         if (!start.starts_with(replyStart)

@@ -9,8 +9,9 @@
 #include <string>
 #include <string_view>
 
-// A read-only look at one JSON object of a protocol message. Every question has an answer: what is missing or of another type reads as
-// empty, 0 or false, so that a message of an unexpected shape can never do harm. Valid while the Message it came from lives.
+// A read-only look at one JSON object of a protocol message. Every question has an answer: what is missing or of
+// another type reads as empty, 0 or false, so that a message of an unexpected shape can never do harm. Valid while the
+// Message it came from lives.
 class JSONView {
 public:
     JSONView() = default;
@@ -44,8 +45,8 @@ private:
 // One message from the engine: an event (it has a method) or the reply to a command (it has the command's id).
 class Message {
 public:
-    // Parses one message. `text` is taken over. Absent when it is not a JSON object of one of the two kinds. Pure: touches nothing
-    // but its argument, and accepts any bytes.
+    // Parses one message. `text` is taken over. Absent when it is not a JSON object of one of the two kinds. Pure: touches
+    // nothing but its argument, and accepts any bytes.
     [[nodiscard]] static std::optional<Message> parse(std::string text);
 
     Message(Message&&) noexcept;

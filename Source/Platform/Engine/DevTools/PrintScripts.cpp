@@ -28,7 +28,8 @@ constexpr std::string_view unbrokenRules =
     ":not(#\\0#\\0#\\0),:not(#\\0#\\0#\\0)::before,:not(#\\0#\\0#\\0)::after{page:auto!important;"
     "break-before:auto!important;break-after:auto!important;break-inside:auto!important}";
 
-// What the document's sheets say as important of pages would win over what comes later, so it is taken out where the sheet may be changed.
+// What the document's sheets say as important of pages would win over what comes later, so it is taken out where
+// the sheet may be changed.
 constexpr std::string_view layOver = R"JS(((rules, paperWidth, isUnbroken) => {
     const removePageRules = (list) => {
         for (let index = list.cssRules.length; index--;) {
