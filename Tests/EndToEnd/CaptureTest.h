@@ -16,6 +16,11 @@
 #include <string>
 #include <vector>
 
+inline bool holds(const std::string& text, const std::string& part)
+{
+    return text.find(part) != std::string::npos;
+}
+
 // What came of one run of the tool.
 struct Captured {
     support::ProcessOutcome process;

@@ -7,11 +7,6 @@ using namespace support;
 
 namespace {
 
-bool holds(const std::string& text, const std::string& part)
-{
-    return text.find(part) != std::string::npos;
-}
-
 std::string lower(std::string text)
 {
     std::transform(

@@ -5,11 +5,6 @@ using namespace support;
 
 namespace {
 
-bool holds(const std::string& text, const std::string& part)
-{
-    return text.find(part) != std::string::npos;
-}
-
 size_t occurrences(const std::string& text, const std::string& part)
 {
     size_t count = 0;

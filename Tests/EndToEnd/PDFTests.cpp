@@ -390,8 +390,8 @@ TEST_F(Output, IsNotThereWhenTheEngineDiesWhilePrinting)
                 + "<script>onbeforeprint=()=>{const asked=new "
                   "XMLHttpRequest();asked.open('GET','/printing',false);asked.send()}</script>x"));
         server.hold("/printing");
-        const auto process = start(url("/page.html"), mode);
         const size_t before = server.requests("/printing").size();
+        const auto process = start(url("/page.html"), mode);
         ASSERT_TRUE(server.waitForRequests("/printing", before + 1));
         // The engine's first process; the others end with it.
         for (const pid_t each : descendantsOf(process->processIdentifier())) {

@@ -8,11 +8,6 @@ namespace {
 constexpr const char* urlDomain = "NSURLErrorDomain";
 const std::string page = "<!DOCTYPE html><title>final</title><p>here";
 
-bool holds(const std::string& text, const std::string& part)
-{
-    return text.find(part) != std::string::npos;
-}
-
 class RedirectedPage : public CaptureTest {
 protected:
     RedirectedPage() { timeout = 20s; }

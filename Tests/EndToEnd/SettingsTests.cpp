@@ -9,11 +9,6 @@ namespace {
 
 const std::string byScript = "<!DOCTYPE html><title>t</title><body>text<script>document.body.append('by ' + 'script')</script>";
 
-bool holds(const std::string& text, const std::string& part)
-{
-    return text.find(part) != std::string::npos;
-}
-
 class SettingsFile : public CaptureTest { };
 
 TEST_F(SettingsFile, MayBeMissing)

@@ -8,11 +8,6 @@ namespace {
 const std::string byScript = "<!DOCTYPE html><title>t</title><body>text<noscript>without</noscript>"
                              "<script>document.body.append('by ' + 'script')</script>";
 
-bool holds(const std::string& text, const std::string& part)
-{
-    return text.find(part) != std::string::npos;
-}
-
 // Through a proxy every host is this server: "http://host/path" is asked for as it stands.
 class SiteRules : public CaptureTest {
 protected:

@@ -8,11 +8,6 @@ using namespace support;
 
 namespace {
 
-bool holds(const std::string& text, const std::string& part)
-{
-    return text.find(part) != std::string::npos;
-}
-
 class Wait : public CaptureTest { };
 
 TEST_F(Wait, LastsTwoSecondsMoreThanThePageWhenNoSettingSaysOtherwise)

@@ -3,6 +3,7 @@
 #include "Platform/Foundation/NSException.h"
 #include "QVRKernelVariables.h"
 #include "QVRProcessTable.h"
+#include "Support/EnvironmentVariable.h"
 #include "Support/Printing.h"
 #include "Support/SettingsFolder.h"
 #include "Support/StandardErrorCapture.h"
@@ -24,24 +25,6 @@
 using support::TemporaryFolder;
 
 namespace {
-
-// Sets an environment variable for the length of a test.
-class EnvironmentVariable {
-public:
-    EnvironmentVariable(const char* name, const char* value) : _name(name)
-    {
-        if (const char* before = std::getenv(name))
-            _before = before;
-        value ? ::setenv(name, value, 1) : ::unsetenv(name);
-    }
-    EnvironmentVariable(const EnvironmentVariable&) = delete;
-    EnvironmentVariable& operator=(const EnvironmentVariable&) = delete;
-    ~EnvironmentVariable() { _before ? ::setenv(_name, _before->c_str(), 1) : ::unsetenv(_name); }
-
-private:
-    const char* _name;
-    std::optional<std::string> _before;
-};
 
 template <typename Integer>
 std::optional<std::string> bytesOf(Integer number)
@@ -257,11 +240,11 @@ TEST(QVRIsInAppSandbox, IsASetting)
 TEST(QVRIsInXcode, IsTrueWhenTheVariableIsThereWhateverItSays)
 {
     {
-        const EnvironmentVariable variable("__XCODE_BUILT_PRODUCTS_DIR_PATHS", nullptr);
+        const support::EnvironmentVariable variable("__XCODE_BUILT_PRODUCTS_DIR_PATHS", nullptr);
         EXPECT_FALSE(qvrIsInXcode());
     }
     for (const char* value : {"", "0", "/build"}) {
-        const EnvironmentVariable variable("__XCODE_BUILT_PRODUCTS_DIR_PATHS", value);
+        const support::EnvironmentVariable variable("__XCODE_BUILT_PRODUCTS_DIR_PATHS", value);
         EXPECT_TRUE(qvrIsInXcode()) << value;
     }
 }

@@ -22,7 +22,6 @@ protected:
     {
         EXPECT_THROW(finish(), RunEnded);
     }
-    [[nodiscard]] bool isRecordWritten() const { return ::access(recordPath().c_str(), F_OK) == 0; }
 };
 
 struct FinishRow {

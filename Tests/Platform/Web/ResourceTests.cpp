@@ -152,6 +152,7 @@ TEST_F(Resources, AnsweredFromMemoryHaveTheBytesOfTheOtherLoad)
         engine->finishResource(fromMemory);
     }
     const NSData bytes = resources()[0].data();
+    ASSERT_EQ(mainFrame()->childFrames().size(), 3U);
     for (const auto& frame : mainFrame()->childFrames()) {
         const std::vector<WebResource> listed = frame->dataSource().subresources();
         ASSERT_EQ(listed.size(), 1U);
