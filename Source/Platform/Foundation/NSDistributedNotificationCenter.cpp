@@ -28,7 +28,7 @@ constexpr auto ConnectingGrace = std::chrono::milliseconds(100);
 
 NSString takeText(GError* error)
 {
-    const NSString text = NSString::stringWithRepairedUTF8(error ? error->message : "unknown error");
+    NSString text = NSString::stringWithRepairedUTF8(error ? error->message : "unknown error");
     g_clear_error(&error);
     return text;
 }

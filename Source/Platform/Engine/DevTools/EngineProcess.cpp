@@ -55,7 +55,7 @@ std::string makePrivateFolder()
 // fonts and trusted certificates, is there too.
 std::string makeHome(const std::string& folder)
 {
-    const std::string home = folder + "/home";
+    std::string home = folder + "/home";
     std::error_code ignored;
     std::filesystem::create_directories(home + "/.local/share", ignored);
     std::filesystem::create_directories(home + "/.cache", ignored);
