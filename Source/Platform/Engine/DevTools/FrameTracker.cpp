@@ -294,16 +294,20 @@ void FrameTracker::navigated(const JSONView& content, const std::string& session
     const FrameID frame = _link.frameFromEngine(description.text("id"));
     if (!description.text("parentId").empty() && (!find(frame) || find(frame)->parent.empty()))
         attached(frame, _link.frameFromEngine(description.text("parentId")), session);
-    Frame& known = frameNamed(frame);
-    known.session = session;
-    known.isReload = false;
-    known.isHistory = false;
+    Frame& named = frameNamed(frame);
+    named.session = session;
+    named.isReload = false;
+    named.isHistory = false;
 
     const NSString name = description.string("name");
-    if (name != known.name && !(name.length() == 0 && known.name.length() == 0)) {
-        known.name = name;
+    if (name != named.name && !(name.length() == 0 && named.name.length() == 0)) {
+        named.name = name;
         _link.client->frameNamed(frame, name);
     }
+    // The client may have run the loop, in which frames come and go.
+    const Frame* known = find(frame);
+    if (!known)
+        return;
 
     const DocumentID document(description.text("loaderId"));
     const std::string_view url = description.text("url");
@@ -313,10 +317,10 @@ void FrameTracker::navigated(const JSONView& content, const std::string& session
             failFrame(frame, loadError(NSURLErrorDomain, NSURLErrorUnknown, still->provisional->request.URL()));
         return;
     }
-    if (!document.empty() && document == known.refused)
+    if (!document.empty() && document == known->refused)
         return;
     // The empty document that the main frame starts with is no navigation of the page.
-    if (frame == EngineLink::mainFrameID && url == "about:blank" && known.document.empty() && !known.provisional)
+    if (frame == EngineLink::mainFrameID && url == "about:blank" && known->document.empty() && !known->provisional)
         return;
 
     Frame* started = find(frame);

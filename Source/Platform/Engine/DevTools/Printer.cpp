@@ -19,6 +19,7 @@ constexpr double unseenScale = 0.02;
 constexpr double smallestEngineScale = 0.1;
 // How much of a printed document is fetched at once, in bytes: enough that asking costs nothing, little enough to weigh nothing.
 constexpr int pieceSize = 1 << 19;
+const NSString notInTime = u"The page engine did not answer in time.";
 
 }
 
@@ -43,7 +44,7 @@ void Printer::ask(std::string_view method, std::string_view parameters, TimePoin
     const bool isAnswered = _link.connection->waitForReplies([&] { return question->isAnswered; }, deadline);
     question->isOver = true;
     if (!isAnswered)
-        throw NSException(NSGenericException, u"The page engine did not answer in time.");
+        throw NSException(NSGenericException, notInTime);
     if (question->refusal)
         throw NSException(NSGenericException, NSString::stringWithRepairedUTF8(*question->refusal));
 }
@@ -148,6 +149,9 @@ NSData Printer::readStream(const std::string& handle, TimePoint deadline)
     const std::string question = parameters.dump();
     bool isAtEnd = false;
     while (!isAtEnd) {
+        // Each piece may come in time and the end never.
+        if (std::chrono::steady_clock::now() >= deadline)
+            throw NSException(NSGenericException, notInTime);
         ask("IO.read", question, deadline, [&](const JSONView& result) {
             const NSData piece =
                 result.boolean("base64Encoded") ? result.base64("data") : NSData::dataWithBytes(result.text("data"));
