@@ -9,10 +9,6 @@
 
 namespace {
 
-constexpr size_t longestNameInBytes = 255;
-// A longer "extension" is part of the name.
-constexpr size_t longestExtensionInBytes = 32;
-
 struct TypeExtension {
     std::string_view type;
     const char16_t* extension;
@@ -186,7 +182,7 @@ std::string_view firstBytes(std::string_view text, size_t limit)
 size_t extensionStart(std::string_view name)
 {
     const size_t dot = name.rfind('.');
-    if (dot == std::string_view::npos || dot == 0 || dot + 1 == name.size() || name.size() - dot > longestExtensionInBytes)
+    if (dot == std::string_view::npos || dot == 0 || dot + 1 == name.size() || name.size() - dot > longestPathExtension)
         return name.size();
     return dot;
 }
@@ -237,7 +233,7 @@ NSString cleanedFilename(const NSString& name)
     const std::string_view extension = plain.substr(extensionStart(plain));
     const std::string_view stem = plain.substr(0, plain.size() - extension.size());
     return NSString::stringWithUTF8String(
-        std::string(firstBytes(stem, longestNameInBytes - extension.size())) + std::string(extension));
+        std::string(firstBytes(stem, longestFilename - extension.size())) + std::string(extension));
 }
 
 NSString suggestedFilename(const NSString& contentDisposition, const NSURL& url, const NSString& MIMEType)

@@ -3,6 +3,12 @@
 #include "Platform/Foundation/NSString.h"
 #include "Platform/Foundation/NSURL.h"
 
+#include <cstddef>
+
+// Bytes of UTF-8.
+inline constexpr size_t longestFilename = 255;       // of the usual file systems
+inline constexpr size_t longestPathExtension = 32;   // with its dot; what follows the dot of a longer one is rather text
+
 // The file name of a Content-Disposition field (RFC 6266): "filename*" (RFC 8187, UTF-8 or ISO-8859-1) before "filename" (a token
 // or a quoted string). As the server wrote it, not cleaned; absent when the field has none.
 [[nodiscard]] NSString filenameFromContentDisposition(const NSString& field);

@@ -9,14 +9,12 @@
 
 namespace {
 
-constexpr size_t longestName = 255;   // bytes, of the usual file systems
 constexpr int namesToTry = 1000;
-constexpr size_t longestExtension = 32;   // bytes; what follows the dot of a longer one is rather text
 
 bool isUnsafe(const NSString& name)
 {
     const std::u16string_view units = name.units();
-    return units.empty() || units == u"." || units == u".." || name.UTF8().size() > longestName
+    return units.empty() || units == u"." || units == u".." || name.UTF8().size() > longestFilename
         || std::any_of(units.begin(), units.end(), [](char16_t unit) { return unit < 0x20 || unit == 0x7f; });
 }
 
@@ -33,7 +31,7 @@ NSString plainName(const NSString& name, const NSString& fallbackName)
 size_t beginOfExtension(const std::string& name)
 {
     const size_t dot = name.rfind('.');
-    if (dot == std::string::npos || dot == 0 || name.size() - dot > longestExtension)
+    if (dot == std::string::npos || dot == 0 || name.size() - dot > longestPathExtension)
         return name.size();
     constexpr std::string_view packed = ".tar";
     if (dot > packed.size() && name.compare(dot - packed.size(), packed.size(), packed) == 0)
@@ -52,7 +50,7 @@ std::string numberedFilename(const std::string& name, int number)
 {
     const size_t dot = beginOfExtension(name);
     const std::string ending = '-' + std::to_string(number) + name.substr(dot);
-    size_t length = std::min(dot, std::max(longestName, ending.size()) - ending.size());
+    size_t length = std::min(dot, std::max(longestFilename, ending.size()) - ending.size());
     // Not in the middle of a character.
     while (length > 0 && length < dot && (static_cast<unsigned char>(name[length]) & 0xC0) == 0x80)
         --length;
