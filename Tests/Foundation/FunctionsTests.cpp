@@ -2,42 +2,26 @@
 
 #include "Platform/Foundation/NSException.h"
 #include "Platform/Foundation/NSUserDefaults.h"
+#include "Support/KeptLog.h"
 #include "Support/Printing.h"
 #include "Support/StandardErrorCapture.h"
+#include "Support/Thrown.h"
 
 #include <csignal>
-#include <functional>
 #include <gtest/gtest.h>
 #include <memory>
-#include <optional>
 #include <string>
 #include <type_traits>
 #include <vector>
+
+using support::KeptLog;
+using support::thrownBy;
 
 namespace {
 
 constexpr const char* file = "/a/b/Widget.src";
 constexpr Selector selector("sel");
 const Value instance = u"an instance";
-
-class RecordingDelegate : public QVRLoggingDelegate {
-public:
-    RecordingDelegate() { QVRFunctions::setLoggingDelegate(this); }
-    ~RecordingDelegate() override { QVRFunctions::setLoggingDelegate(nullptr); }
-    void logString(const NSString& string) override { lines.push_back(string); }
-    std::vector<NSString> lines;
-};
-
-// The exception that `operation` throws; none when it throws nothing.
-std::optional<QVRException> thrownBy(const std::function<void()>& operation)
-{
-    try {
-        operation();
-    } catch (const QVRException& exception) {
-        return exception;
-    }
-    return std::nullopt;
-}
 
 }
 
@@ -131,7 +115,7 @@ TEST(QVRException, CanBeCaughtAsThePlatformsException)
 
 TEST(Assertion, WritesOneLineBeforeTheExceptionLeaves)
 {
-    RecordingDelegate delegate;
+    KeptLog delegate;
     const auto exception = thrownBy([] { QVRFunctions::assertionFailedForFile(file, 12, instance, selector, u"te%@", u"xt"); });
     EXPECT_EQ(delegate.lines, std::vector<NSString>{u"Widget.src:12 -sel: Assertion Failed: text"});
     ASSERT_TRUE(exception);
@@ -143,7 +127,7 @@ TEST(Assertion, WritesOneLineBeforeTheExceptionLeaves)
 
 TEST(Assertion, FormatsItsMessageOnlyOnce)
 {
-    RecordingDelegate delegate;
+    KeptLog delegate;
     const auto exception =
         thrownBy([] { QVRFunctions::assertionFailedForFile(file, 12, instance, selector, u"%@", u"100%d %@"); });
     ASSERT_TRUE(exception);
@@ -152,14 +136,14 @@ TEST(Assertion, FormatsItsMessageOnlyOnce)
 
 TEST(Precondition, ThatHoldsDoesNothing)
 {
-    RecordingDelegate delegate;
+    KeptLog delegate;
     EXPECT_NO_THROW(QVRFunctions::checkPrecondition(true, "key", instance, "-[Widget(QVR) qvrTurn:by:]"));
     EXPECT_TRUE(delegate.lines.empty());
 }
 
 TEST(Precondition, ThatFailsNamesTheConditionAndThePlaceOfTheCheck)
 {
-    RecordingDelegate delegate;
+    KeptLog delegate;
     const int line = __LINE__ + 2;
     const auto exception =
         thrownBy([] { QVRFunctions::checkPrecondition(false, "key", instance, "-[Widget(QVR) qvrTurn:by:]"); });
@@ -174,7 +158,7 @@ TEST(Precondition, ThatFailsNamesTheConditionAndThePlaceOfTheCheck)
 
 TEST(Precondition, OfAClassOperationIsMarkedByAPlus)
 {
-    RecordingDelegate delegate;
+    KeptLog delegate;
     const auto exception =
         thrownBy([] { QVRFunctions::checkPrecondition(false, "a > b", Class("NSString"), "+[NSString(QVR) qvrUniqueString:]"); });
     ASSERT_TRUE(exception);
@@ -201,7 +185,7 @@ TEST(AssertionBackstopDeathTest, EndsTheProcessWithOperationPlaceAndCondition)
 
 TEST(Log, WritesTheLocationAndALoneClosingBracket)
 {
-    RecordingDelegate delegate;
+    KeptLog delegate;
     QVRFunctions::logFile(file, 12, instance, selector, u"te%@", u"xt");
     QVRFunctions::logFile(file, 12, nullptr, nullptr, u"text");
     EXPECT_EQ(delegate.lines, (std::vector<NSString>{u"Widget.src:12 -sel] text", u"Widget.src:12 ] text"}));
@@ -209,14 +193,14 @@ TEST(Log, WritesTheLocationAndALoneClosingBracket)
 
 TEST(Log, WritesTheFunctionBeforeTheMessage)
 {
-    RecordingDelegate delegate;
+    KeptLog delegate;
     QVRFunctions::logFunction("main", u"%d of %d", 1, 2);
     EXPECT_EQ(delegate.lines, std::vector<NSString>{u"main 1 of 2"});
 }
 
 TEST(LogString, IsNeverTakenForAFormat)
 {
-    RecordingDelegate delegate;
+    KeptLog delegate;
     QVRFunctions::logString(u"100% %@");
     EXPECT_EQ(delegate.lines, std::vector<NSString>{u"100% %@"});
 }
@@ -231,9 +215,9 @@ TEST(LogString, WithoutADelegateGoesToTheSystemLogUnchanged)
 
 TEST(LogString, GoesToTheDelegateThatWasSetLast)
 {
-    RecordingDelegate first;
+    KeptLog first;
     {
-        RecordingDelegate second;
+        KeptLog second;
         QVRFunctions::logString(u"one");
         EXPECT_EQ(second.lines.size(), 1u);
     }

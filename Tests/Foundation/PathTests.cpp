@@ -2,7 +2,7 @@
 
 #include "Platform/Foundation/Value.h"
 #include "QVRException.h"
-#include "QVRFunctions.h"
+#include "Support/KeptLog.h"
 #include "Support/Printing.h"
 #include "Support/TemporaryFolder.h"
 
@@ -46,13 +46,6 @@ void expectResults(NSString (*operation)(const NSString&), std::initializer_list
         EXPECT_EQ(operation(row.path), row.expected) << row.path.UTF8();
     EXPECT_TRUE(operation(NSString()).isAbsent());
 }
-
-class SilentLog : public QVRLoggingDelegate {
-public:
-    SilentLog() { QVRFunctions::setLoggingDelegate(this); }
-    ~SilentLog() override { QVRFunctions::setLoggingDelegate(nullptr); }
-    void logString(const NSString&) override { }
-};
 
 }
 
@@ -107,7 +100,7 @@ TEST(QVRMakeFileNameValidWithExtension, FitsTheGivenLength)
 
 TEST(QVRMakeFileNameValidWithExtension, FailsItsAssertionForAnExtensionThatCannotFit)
 {
-    SilentLog log;
+    support::KeptLog log;
     try {
         static_cast<void>(qvrMakeFileNameValidWithExtension(u"stem", u"pdf", 3));
         FAIL();

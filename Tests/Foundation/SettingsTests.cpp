@@ -1,7 +1,7 @@
 #include "QVRSettings.h"
 
 #include "Platform/Foundation/NSProcessInfo.h"
-#include "QVRFunctions.h"
+#include "Support/KeptLog.h"
 #include "Support/Printing.h"
 #include "Support/SettingsFolder.h"
 
@@ -48,14 +48,6 @@ protected:
         settings.write(".GlobalPreferences", "<key>everywhere</key><integer>3</integer><key>seven</key><integer>8</integer>");
     }
     support::SettingsFolder settings;
-};
-
-class KeptDelegate : public QVRLoggingDelegate {
-public:
-    KeptDelegate() { QVRFunctions::setLoggingDelegate(this); }
-    ~KeptDelegate() override { QVRFunctions::setLoggingDelegate(nullptr); }
-    void logString(const NSString& string) override { lines.push_back(string); }
-    std::vector<NSString> lines;
 };
 
 }
@@ -205,7 +197,7 @@ TEST_F(OwnSettings, WithAnAbsentKeyFailAPrecondition)
             }},
     };
     for (const auto& row : rows) {
-        KeptDelegate delegate;
+        support::KeptLog log;
         try {
             row.read();
             ADD_FAILURE() << row.selector.UTF8();
@@ -215,9 +207,9 @@ TEST_F(OwnSettings, WithAnAbsentKeyFailAPrecondition)
             EXPECT_TRUE(exception.reason().hasSuffix(NSString::stringWithFormat(u" -%@", row.selector)))
                 << exception.reason().UTF8();
         }
-        ASSERT_EQ(delegate.lines.size(), 1u);
-        EXPECT_TRUE(delegate.lines[0].hasPrefix(u"QVRSettings.cpp:")) << delegate.lines[0].UTF8();
-        EXPECT_TRUE(delegate.lines[0].hasSuffix(
+        ASSERT_EQ(log.lines.size(), 1u);
+        EXPECT_TRUE(log.lines[0].hasPrefix(u"QVRSettings.cpp:")) << log.lines[0].UTF8();
+        EXPECT_TRUE(log.lines[0].hasSuffix(
             NSString::stringWithFormat(u" -%@: Assertion Failed: Precondition Failed: key", row.selector)));
     }
 }

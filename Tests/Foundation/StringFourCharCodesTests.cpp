@@ -1,7 +1,7 @@
 #include "QVRStringFourCharCodes.h"
 
 #include "QVRException.h"
-#include "QVRFunctions.h"
+#include "Support/KeptLog.h"
 #include "Support/Printing.h"
 
 #include <gtest/gtest.h>
@@ -57,13 +57,8 @@ TEST(QVRFourCharCodeValue, IsZeroForWhatMacOSRomanDoesNotHave)
 
 TEST(QVRFourCharCodeValue, FailsItsAssertionForAnyOtherLength)
 {
-    struct Recorder : QVRLoggingDelegate {
-        void logString(const NSString& string) override { lines.push_back(string); }
-        std::vector<NSString> lines;
-    };
     for (const NSString& text : {NSString(u""), NSString(u"TXT"), NSString(u"TEXTS"), NSString(u"\u00e9\u00e9")}) {
-        Recorder recorder;
-        QVRFunctions::setLoggingDelegate(&recorder);
+        support::KeptLog log;
         try {
             static_cast<void>(qvrFourCharCodeValue(text));
             ADD_FAILURE() << "nothing was thrown for " << text.UTF8();
@@ -72,8 +67,7 @@ TEST(QVRFourCharCodeValue, FailsItsAssertionForAnyOtherLength)
             EXPECT_EQ(exception.qvrReason(), NSString(u"Precondition Failed: [self length] == 4"));
             EXPECT_EQ(exception.userInfo()[QVRExceptionLocation], Value(u"NSString+QVRBasics:608 -qvrFourCharCodeValue"));
         }
-        QVRFunctions::setLoggingDelegate(nullptr);
-        EXPECT_EQ(recorder.lines,
+        EXPECT_EQ(log.lines,
             std::vector<NSString>{
                 u"NSString+QVRBasics:608 -qvrFourCharCodeValue: Assertion Failed: Precondition Failed: [self length] == 4"});
     }

@@ -1,38 +1,20 @@
 #include "QVRStringMunging.h"
 
 #include "Platform/Foundation/NSException.h"
-#include "QVRException.h"
-#include "QVRFunctions.h"
+#include "Support/KeptLog.h"
 #include "Support/Printing.h"
+#include "Support/Thrown.h"
 
-#include <functional>
 #include <gtest/gtest.h>
-#include <optional>
+
+using support::KeptLog;
+using support::thrownBy;
 
 namespace {
 
 const NSString eWithAcute = u"e\u0301";
 const NSString grin = u"\U0001f600";
 const NSString family = u"\U0001f468\u200d\U0001f469\u200d\U0001f467";
-
-// Swallows the lines that assertions log.
-class SilentLog : public QVRLoggingDelegate {
-public:
-    SilentLog() { QVRFunctions::setLoggingDelegate(this); }
-    ~SilentLog() override { QVRFunctions::setLoggingDelegate(nullptr); }
-    void logString(const NSString& string) override { lines.push_back(string); }
-    std::vector<NSString> lines;
-};
-
-std::optional<QVRException> assertionOf(const std::function<void()>& operation)
-{
-    try {
-        operation();
-    } catch (const QVRException& exception) {
-        return exception;
-    }
-    return {};
-}
 
 struct Row {
     NSString string;
@@ -279,8 +261,8 @@ TEST(QVRStringByAddingSuffix, TrimsTheStemByWholeCharactersUntilTheDecomposition
 
 TEST(QVRStringByAddingSuffix, FailsItsAssertionForASuffixLongerThanTheTotal)
 {
-    SilentLog log;
-    const auto failure = assertionOf([] { static_cast<void>(qvrStringByAddingSuffix(u"stem", u".html", 4)); });
+    KeptLog log;
+    const auto failure = thrownBy([] { static_cast<void>(qvrStringByAddingSuffix(u"stem", u".html", 4)); });
     ASSERT_TRUE(failure);
     EXPECT_EQ(failure->name(), QVRAssertionFailedException);
     EXPECT_EQ(failure->qvrReason(), NSString(u"suffix: '.html' length: 4"));
@@ -393,8 +375,8 @@ TEST(QVRStringByChunking, PutsTheSeparatorAfterEveryFullChunkButTheLast)
 
 TEST(QVRStringByChunking, FailsItsAssertionForChunksOfNothing)
 {
-    SilentLog log;
-    const auto failure = assertionOf([] { static_cast<void>(qvrStringByChunking(u"12", 0, u" ")); });
+    KeptLog log;
+    const auto failure = thrownBy([] { static_cast<void>(qvrStringByChunking(u"12", 0, u" ")); });
     ASSERT_TRUE(failure);
     EXPECT_EQ(failure->name(), QVRAssertionFailedException);
     EXPECT_EQ(failure->qvrReason(), NSString(u"Precondition Failed: n != 0"));

@@ -1,24 +1,12 @@
 #include "Platform/Foundation/NSArray.h"
 
-#include "Platform/Foundation/NSException.h"
 #include "Platform/Foundation/Value.h"
 #include "Support/Printing.h"
+#include "Support/Thrown.h"
 
 #include <gtest/gtest.h>
 
-namespace {
-
-std::string reasonOf(const auto& operation)
-{
-    try {
-        operation();
-    } catch (const NSException& exception) {
-        return exception.name().UTF8() + ": " + exception.reason().UTF8();
-    }
-    return "nothing raised";
-}
-
-}
+using support::reasonOf;
 
 TEST(NSArray, IsAbsentOrCountsItsElements)
 {

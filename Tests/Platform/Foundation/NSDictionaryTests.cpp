@@ -1,22 +1,14 @@
 #include "Platform/Foundation/NSDictionary.h"
 
-#include "Platform/Foundation/NSException.h"
 #include "Platform/Foundation/Value.h"
 #include "Support/Printing.h"
+#include "Support/Thrown.h"
 
 #include <gtest/gtest.h>
 
-namespace {
+using support::reasonOf;
 
-std::string reasonOf(const auto& operation)
-{
-    try {
-        operation();
-    } catch (const NSException& exception) {
-        return exception.name().UTF8() + ": " + exception.reason().UTF8();
-    }
-    return "nothing raised";
-}
+namespace {
 
 NSString keyOf(int number)
 {

@@ -1,26 +1,18 @@
 #include "Platform/Foundation/NSString.h"
 
-#include "Platform/Foundation/NSException.h"
 #include "Support/Printing.h"
+#include "Support/Thrown.h"
 
 #include <gtest/gtest.h>
 
 #include <unordered_set>
 
+using support::reasonOf;
+
 namespace {
 
 const std::u16string loneLead(1, char16_t(0xd83d));
 const std::u16string loneTrail(1, char16_t(0xde00));
-
-std::string reasonOf(const auto& operation)
-{
-    try {
-        operation();
-    } catch (const NSException& exception) {
-        return exception.name().UTF8() + ": " + exception.reason().UTF8();
-    }
-    return "nothing raised";
-}
 
 }
 
