@@ -17,6 +17,7 @@
 #include <unicode/unorm2.h>
 #include <unicode/usearch.h>
 #include <unicode/ustring.h>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -153,6 +154,46 @@ void icuCaseInsensitiveCompare(benchmark::State& state)
     });
 }
 BENCHMARK(icuCaseInsensitiveCompare)->Apply(sizes);
+
+// Texts of other scripts that differ in the case of every letter, or only at the end where a script has no case.
+template <const char16_t* part>
+std::pair<NSString, NSString> alikeTexts(int64_t length)
+{
+    const NSString text = repeatedText(part, length);
+    return {text.uppercaseString(), text.stringByAppendingString(u"!")};
+}
+
+template <const char16_t* part>
+void compareWithoutCase(benchmark::State& state)
+{
+    const auto [text, other] = alikeTexts<part>(state.range(0));
+    for (auto iteration : state)
+        benchmark::DoNotOptimize(text.caseInsensitiveCompare(other));
+    state.SetComplexityN(state.range(0));
+}
+
+template <const char16_t* part>
+void icuCompareWithoutCase(benchmark::State& state)
+{
+    const auto [text, other] = alikeTexts<part>(state.range(0));
+    for (auto iteration : state) {
+        UErrorCode status = U_ZERO_ERROR;
+        benchmark::DoNotOptimize(unorm_compare(text.units().data(), lengthOf(text.units()), other.units().data(),
+            lengthOf(other.units()), U_COMPARE_IGNORE_CASE, &status));
+    }
+    state.SetComplexityN(state.range(0));
+}
+
+#define ON_SCRIPT(name, text)                                                                                                    \
+    constexpr char16_t name[] = text;                                                                                            \
+    BENCHMARK(compareWithoutCase<name>)->Apply(sizes);                                                                           \
+    BENCHMARK(icuCompareWithoutCase<name>)->Apply(sizes)
+
+ON_SCRIPT(cyrillic, u"съешь ещё этих мягких французских булок, ");
+ON_SCRIPT(greek, u"ξεσκεπάζω την ψυχοφθόρα βδελυγμία, ");
+ON_SCRIPT(devanagari, u"ऋषियों को सताने वाले दुष्ट राक्षसों, ");
+ON_SCRIPT(korean, u"다람쥐 헌 쳇바퀴에 타고파, ");
+ON_SCRIPT(chinese, u"視野無限廣，窗外有藍天。");
 
 void qvrCompareForDisplay(benchmark::State& state)
 {

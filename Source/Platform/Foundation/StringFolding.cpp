@@ -90,6 +90,46 @@ void removeMarks(std::u16string& result, std::u16string_view text)
         result = text;
 }
 
+// Between two such units a sequence ends, and a unit beside an end of the text is at the sequence's end as well. True of most letters.
+bool standsApart(char16_t unit)
+{
+    if (unit < 0x300)
+        return true;
+    const int32_t role = u_getIntPropertyValue(unit, UCHAR_GRAPHEME_CLUSTER_BREAK);
+    return role == U_GCB_OTHER || role == U_GCB_LV || role == U_GCB_LVT;
+}
+
+// Whether the keys of two units that stand apart are the same, as far as simple folding tells: then full folding gives the same, too.
+bool isSameLetter(char16_t unit, char16_t other)
+{
+    if (unit < 0x80 && other < 0x80)
+        return lowerCaseASCII(unit) == lowerCaseASCII(other);
+    return u_foldCase(unit, U_FOLD_CASE_DEFAULT) == u_foldCase(other, U_FOLD_CASE_DEFAULT);
+}
+
+// How many units at the front of both texts have the same keys. Ends between two sequences of either text.
+size_t commonFront(std::u16string_view first, std::u16string_view second, bool ignoresCase)
+{
+    // A longer stretch without a certain end is left to who takes it sequence by sequence, so that nothing is read too often.
+    constexpr size_t longestStretch = 16;
+    const auto isCertain = [](std::u16string_view text, size_t index) {
+        return index == text.size() || standsApart(text[index]);
+    };
+    const size_t limit = std::min(first.size(), second.size());
+    size_t common = 0;
+    bool wasCertain = true;   // that the unit before stands apart
+    for (size_t index = 0; index - common <= longestStretch; ++index) {
+        const bool isEqual = index < limit && first[index] == second[index];
+        const bool isApart = isCertain(first, index) && (isEqual || isCertain(second, index));
+        if (isApart && wasCertain)
+            common = index;
+        if (!isEqual && (index == limit || !ignoresCase || !isApart || !isSameLetter(first[index], second[index])))
+            break;
+        wasCertain = isApart;
+    }
+    return common;
+}
+
 }
 
 FoldedPieces::FoldedPieces(std::u16string_view text, size_t position, uint64_t options)
@@ -163,20 +203,9 @@ void FoldedPieces::skipCommonFront(FoldedPieces& a, FoldedPieces& b)
 {
     const std::u16string_view first = a._text.substr(a.position());
     const std::u16string_view second = b._text.substr(b.position());
-    const bool ignoresCase = a._options & NSCaseInsensitiveSearch;
-    // Among these units each is a sequence of its own, whatever follows it, as long as one of them does.
-    const auto isSingle = [](std::u16string_view text, size_t index) { return index >= text.size() || text[index] < 0x300; };
-    const auto isSame = [&](char16_t unit, char16_t other) {
-        return unit == other || (ignoresCase && unit < 0x80 && lowerCaseASCII(unit) == lowerCaseASCII(other));
-    };
-    const size_t limit = std::min(first.size(), second.size());
-    size_t common = 0;
-    while (common < limit && first[common] < 0x300 && isSame(first[common], second[common]))
-        ++common;
-    if (common > 0 && !(isSingle(first, common) && isSingle(second, common)))
-        --common;
+    size_t common = commonFront(first, second, a._options & NSCaseInsensitiveSearch);
     if (a._options & NSNumericSearch) {
-        while (common > 0 && first[common - 1] >= u'0' && first[common - 1] <= u'9')
+        while (common > 0 && u_isdigit(first[common - 1]))
             --common;
     }
     if (common == 0)

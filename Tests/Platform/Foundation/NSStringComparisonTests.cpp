@@ -1,4 +1,5 @@
 #include "Platform/Foundation/NSString.h"
+#include "Platform/Foundation/StringFolding.h"
 
 #include "Support/EnvironmentVariable.h"
 #include "Support/Printing.h"
@@ -58,6 +59,16 @@ TEST(NSStringCompare, FollowsItsOptions)
         {u"file010", u"file10", NSNumericSearch, NSOrderedSame},
         {u"file10a", u"file10b", NSNumericSearch, NSOrderedAscending},
         {u"1.10", u"1.9", NSNumericSearch, NSOrderedDescending},
+        {u"файл１９", u"ФАЙЛ１０", caseless | NSNumericSearch | NSWidthInsensitiveSearch, NSOrderedDescending},
+        {u"файл９", u"файл10", NSNumericSearch | NSWidthInsensitiveSearch, NSOrderedAscending},
+        {u"файл１９", u"файл１０９", NSNumericSearch | NSWidthInsensitiveSearch, NSOrderedAscending},
+        {u"ПРИВЕТ", u"привет", caseless, NSOrderedSame},
+        {u"ПРИВЕЙ", u"приве\u0438\u0306", caseless, NSOrderedSame},
+        {u"ПРИВЕИ\u0306", u"привей", caseless, NSOrderedSame},
+        {u"ПРИВЕ", u"приве\u0306", caseless, NSOrderedAscending},
+        {u"привет", u"приветы", caseless, NSOrderedAscending},
+        {u"한국어", u"한국\u110b\u1165", 0, NSOrderedSame},
+        {u"한국아", u"한국아\u11a8", 0, NSOrderedAscending},
         {u"0", u"00", NSNumericSearch, NSOrderedSame},
         {u"99999999999999999999999999998", u"99999999999999999999999999999", NSNumericSearch, NSOrderedAscending},
         {u"100000000000000000000000000000", u"99999999999999999999999999999", NSNumericSearch, NSOrderedDescending},
@@ -91,6 +102,38 @@ TEST(NSStringCompare, IsAnOrderOnRandomTexts)
             }
         }
         ASSERT_EQ(a.compare(a.decomposedStringWithCanonicalMapping()), NSOrderedSame);
+    }
+}
+
+// What the texts have in common at their fronts is passed over quickly; that must not change who comes first.
+TEST(NSStringCompare, ComparesTheKeysOfWholeTexts)
+{
+    const uint64_t seed = support::randomSeed();
+    SCOPED_TRACE("TW_SEED=" + std::to_string(seed));
+    support::RandomText random(seed);
+    const auto stem = [&](NSString text) { return random.chance(2) ? text : text.uppercaseString().lowercaseString(); };
+    for (int round = 0; round < 20'000; ++round) {
+        const NSString front = random.text(8);
+        const NSString a = front.stringByAppendingString(random.text(2));
+        const NSString b = stem(front).stringByAppendingString(random.text(2));
+        for (const uint64_t options : {0x0, 0x1, 0x3, 0x80, 0x81, 0x100, 0x181}) {
+            const bool isSame = foldedText(a.units(), options) == foldedText(b.units(), options);
+            ASSERT_EQ(a.compare(b, options) == NSOrderedSame, isSame) << a.UTF8() << "|" << b.UTF8() << "|" << options;
+        }
+    }
+}
+
+TEST(NSStringCompare, IgnoresTheCaseOfEveryLetter)
+{
+    for (uint32_t unit = 1; unit < 0x10000; ++unit) {
+        const std::u16string letter(1, static_cast<char16_t>(unit));
+        for (const NSString& other : {NSString(letter).uppercaseString(), NSString(letter).lowercaseString()}) {
+            for (const uint64_t options : {0x1, 0x3, 0x81, 0x101}) {
+                const bool isSame = foldedText(letter, options) == foldedText(other.units(), options);
+                ASSERT_EQ(NSString(letter).compare(other, options) == NSOrderedSame, isSame)
+                    << std::hex << unit << "|" << options;
+            }
+        }
     }
 }
 
