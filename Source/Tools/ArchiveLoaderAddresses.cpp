@@ -1,3 +1,4 @@
+#include "Platform/Foundation/ASCII.h"
 #include "Platform/Foundation/NSURLComponents.h"
 #include "QVRProcessInfo.h"
 #include "QVRSettings.h"
@@ -52,11 +53,6 @@ NSArray listForKey(const NSString& key, const Value& defaultValue)
     return qvrObjectForKey(key, HostDomain, defaultValue).array();
 }
 
-bool isASCII(const NSString& text)
-{
-    return std::all_of(text.units().begin(), text.units().end(), [](char16_t unit) { return unit < 0x80; });
-}
-
 char16_t smallLetter(char16_t unit)
 {
     return unit >= u'A' && unit <= u'Z' ? static_cast<char16_t>(unit + (u'a' - u'A')) : unit;
@@ -65,14 +61,14 @@ char16_t smallLetter(char16_t unit)
 // A host that is looked for in lists. They can be long, and nearly all hosts are ASCII, where letter case needs no tables.
 class SoughtHost {
 public:
-    explicit SoughtHost(NSString host) : _host(std::move(host)), _isASCII(isASCII(_host)) { }
+    explicit SoughtHost(NSString host) : _host(std::move(host)), _isASCII(isASCII(_host.units())) { }
 
     // Whether the entry is this host in any letter case; where ASCII does not tell, `compare` is asked with the entry and the host.
     [[nodiscard]] bool is(const NSString& entry, bool (*compare)(const NSString&, const NSString&)) const
     {
         if (!entry || !_host)
             return false;
-        if (!_isASCII || !isASCII(entry))
+        if (!_isASCII || !isASCII(entry.units()))
             return compare(entry, _host);
         return std::equal(entry.units().begin(), entry.units().end(), _host.units().begin(), _host.units().end(),
             [](char16_t a, char16_t b) { return smallLetter(a) == smallLetter(b); });
@@ -98,7 +94,7 @@ NSString entryForHost(const NSArray& hosts, const NSURL& url)
 {
     const SoughtHost host(url.host());
     for (const Value& entry : hosts) {
-        if (NSString text = entry.string(); host.is(text, isSameWithoutCase))
+        if (const NSString& text = entry.string(); host.is(text, isSameWithoutCase))
             return text;
     }
     return {};
@@ -124,7 +120,7 @@ NSURL ArchiveLoader::processURL(const NSURL& url)
         for (const NSArray& pairs : {listForKey(u"WebToolHostSubstitutions", builtInHostSubstitutions()),
                  listForKey(u"WebToolExtraHostSubstitutions", NSArray())}) {
             for (const Value& entry : pairs) {
-                const NSArray pair = entry.array();
+                const NSArray& pair = entry.array();
                 if (pair.count() < 2 || !pair[1].is(Value::Kind::String) || !host.is(pair[0].string(), isSameInLowerCase))
                     continue;
                 components.setHost(pair[1].string());

@@ -1,6 +1,7 @@
 #include "Platform/Foundation/NSPropertyListSerialization.h"
 
 #include "Platform/Foundation/BinaryPropertyListWriter.h"
+#include "Platform/Foundation/NSStringPool.h"
 #include "Platform/Foundation/PropertyListGuards.h"
 #include "Platform/Foundation/XMLPropertyListReader.h"
 #include "Platform/Foundation/XMLPropertyListWriter.h"
@@ -93,25 +94,26 @@ NSDate dateOfNode(plist_t node)
 }
 
 // Absent when the node holds what no value can, such as text that is not valid.
-Value valueOfNode(plist_t node);
+Value valueOfNode(plist_t node, NSStringPool& strings);
 
-Value arrayOfNode(plist_t node)
+Value arrayOfNode(plist_t node, NSStringPool& strings)
 {
     std::vector<Value> elements;
+    elements.reserve(plist_array_get_size(node));
     plist_array_iter iterator = nullptr;
     plist_array_new_iter(node, &iterator);
     const std::unique_ptr<void, decltype(&std::free)> owned(iterator, std::free);
     for (uint32_t i = plist_array_get_size(node); i > 0; --i) {
         plist_t element = nullptr;
         plist_array_next_item(node, iterator, &element);
-        elements.push_back(valueOfNode(element));
+        elements.push_back(valueOfNode(element, strings));
         if (!elements.back())
             return {};
     }
     return NSArray(std::move(elements));
 }
 
-Value dictionaryOfNode(plist_t node)
+Value dictionaryOfNode(plist_t node, NSStringPool& strings)
 {
     NSDictionary dictionary = NSDictionary::dictionary();
     plist_dict_iter iterator = nullptr;
@@ -122,8 +124,8 @@ Value dictionaryOfNode(plist_t node)
         plist_t element = nullptr;
         plist_dict_next_item(node, iterator, &keyBytes, &element);
         const std::unique_ptr<char, decltype(&std::free)> ownedKey(keyBytes, std::free);
-        const NSString key = keyBytes ? NSString::stringWithUTF8String(keyBytes) : NSString();
-        Value value = element ? valueOfNode(element) : Value();
+        const NSString key = keyBytes ? strings.stringWithUTF8String(keyBytes) : NSString();
+        Value value = element ? valueOfNode(element, strings) : Value();
         if (!key || !value)
             return {};
         dictionary.setObject(std::move(value), key);
@@ -131,7 +133,7 @@ Value dictionaryOfNode(plist_t node)
     return dictionary;
 }
 
-Value valueOfNode(plist_t node)
+Value valueOfNode(plist_t node, NSStringPool& strings)
 {
     switch (plist_get_node_type(node)) {
     case PLIST_BOOLEAN: {
@@ -153,7 +155,7 @@ Value valueOfNode(plist_t node)
     case PLIST_STRING: {
         uint64_t length = 0;
         const char* const bytes = plist_get_string_ptr(node, &length);
-        return NSString::stringWithUTF8String(bytes ? std::string_view(bytes, length) : std::string_view());
+        return strings.stringWithUTF8String(bytes ? std::string_view(bytes, length) : std::string_view());
     }
     case PLIST_DATA: {
         uint64_t length = 0;
@@ -168,9 +170,9 @@ Value valueOfNode(plist_t node)
         return NSDictionary{{u"CF$UID", static_cast<int64_t>(number)}};
     }
     case PLIST_ARRAY:
-        return arrayOfNode(node);
+        return arrayOfNode(node, strings);
     case PLIST_DICT:
-        return dictionaryOfNode(node);
+        return dictionaryOfNode(node, strings);
     default:
         return {};
     }
@@ -186,7 +188,8 @@ Value parse(std::span<const std::byte> bytes, NSPropertyListFormat format)
     if (bytes.size() <= std::numeric_limits<uint32_t>::max() && isBoundedBinaryPropertyList(bytes, deepest))
         plist_from_bin(text, static_cast<uint32_t>(bytes.size()), &node);
     const Node owned(node, plist_free);
-    return node ? valueOfNode(node) : Value();
+    NSStringPool strings;
+    return node ? valueOfNode(node, strings) : Value();
 }
 
 }

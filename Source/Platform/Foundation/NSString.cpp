@@ -1,5 +1,6 @@
 #include "Platform/Foundation/NSString.h"
 
+#include "Platform/Foundation/ASCII.h"
 #include "Platform/Foundation/ICUText.h"
 #include "Platform/Foundation/NSException.h"
 
@@ -11,16 +12,6 @@
 namespace {
 
 constexpr char16_t replacementCharacter = 0xfffd;
-
-bool isASCII(std::string_view text)
-{
-    return std::all_of(text.begin(), text.end(), [](char byte) { return static_cast<unsigned char>(byte) < 0x80; });
-}
-
-bool isASCII(std::u16string_view text)
-{
-    return std::all_of(text.begin(), text.end(), [](char16_t unit) { return unit < 0x80; });
-}
 
 // The text of UTF-8, with `substitute` in place of invalid parts; nothing when there are some and `substitute` is U_SENTINEL.
 std::optional<std::u16string> decodeUTF8(std::string_view text, UChar32 substitute)
@@ -56,6 +47,18 @@ std::optional<std::string> encodeUTF8(std::u16string_view text, UChar32 substitu
     return encoded;
 }
 
+// The units with what owns them.
+std::shared_ptr<const std::u16string_view> shared(std::u16string text)
+{
+    struct Owner {
+        explicit Owner(std::u16string owned) : text(std::move(owned)), units(text) { }
+        const std::u16string text;
+        const std::u16string_view units;
+    };
+    const auto owner = std::make_shared<const Owner>(std::move(text));
+    return {owner, &owner->units};
+}
+
 void checkIndex(const char16_t* operation, size_t index, size_t length)
 {
     if (index > length) {
@@ -67,15 +70,11 @@ void checkIndex(const char16_t* operation, size_t index, size_t length)
 
 }
 
-NSString::NSString(const char16_t* text)
-{
-    if (text)
-        _text = std::make_shared<const std::u16string>(text);
-}
+NSString::NSString(const char16_t* text) : _text(text ? shared(text) : nullptr) { }
 
-NSString::NSString(std::u16string text) : _text(std::make_shared<const std::u16string>(std::move(text))) { }
+NSString::NSString(std::u16string text) : _text(shared(std::move(text))) { }
 
-NSString::NSString(std::u16string_view text) : _text(std::make_shared<const std::u16string>(text)) { }
+NSString::NSString(std::u16string_view text) : _text(shared(std::u16string(text))) { }
 
 NSString NSString::stringWithUTF8String(std::string_view text)
 {

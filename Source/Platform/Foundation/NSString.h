@@ -7,6 +7,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 class FormatArgument;
 class NSArray;
@@ -91,7 +92,7 @@ public:
     // The unit at `index`, which must be below the length.
     [[nodiscard]] char16_t characterAtIndex(size_t index) const { return (*_text)[index]; }
     // All units; empty when absent. Valid while this string or a copy of it lives.
-    [[nodiscard]] std::u16string_view units() const { return _text ? std::u16string_view(*_text) : std::u16string_view(); }
+    [[nodiscard]] std::u16string_view units() const { return _text ? *_text : std::u16string_view(); }
 
     // The UTF-8 form with U+FFFD for each unpaired surrogate; empty when absent.
     [[nodiscard]] std::string UTF8() const;
@@ -188,7 +189,10 @@ public:
     [[nodiscard]] std::string fileSystemRepresentation() const;
 
 private:
-    std::shared_ptr<const std::u16string> _text;
+    friend class NSStringPool;
+    explicit NSString(std::shared_ptr<const std::u16string_view> text) : _text(std::move(text)) { }
+
+    std::shared_ptr<const std::u16string_view> _text;   // owns the units that it shows
 };
 
 // The encoding of an IANA character-set name (any spelling that ICU knows); nothing when unknown.

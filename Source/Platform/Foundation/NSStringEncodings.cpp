@@ -1,3 +1,4 @@
+#include "Platform/Foundation/ASCII.h"
 #include "Platform/Foundation/ICUText.h"
 #include "Platform/Foundation/NSData.h"
 #include "Platform/Foundation/NSString.h"
@@ -30,11 +31,6 @@ bool hasASCIIBytes(NSStringEncoding encoding)
     default:
         return false;
     }
-}
-
-bool isASCII(const auto& text)
-{
-    return std::all_of(text.begin(), text.end(), [](auto unit) { return (unit & ~0x7f) == 0; });
 }
 
 void appendCharacter(std::u16string& text, UChar32 character)

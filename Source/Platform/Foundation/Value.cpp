@@ -7,13 +7,6 @@
 
 namespace {
 
-template <typename Held, typename Variant>
-Held heldOrAbsent(const Variant& variant)
-{
-    const Held* const held = std::get_if<Held>(&variant);
-    return held ? *held : Held();
-}
-
 // Whether both name the same number, without rounding either to the other's type.
 bool isSameNumber(int64_t integer, double real)
 {
@@ -76,44 +69,34 @@ bool Value::isNumber() const
     return is(Kind::Boolean) || is(Kind::Integer) || is(Kind::Real);
 }
 
-NSString Value::string() const
-{
-    return heldOrAbsent<NSString>(_held);
-}
-
 NSData Value::data() const
 {
-    return heldOrAbsent<NSData>(_held);
+    return heldOrAbsent<NSData>();
 }
 
 NSDate Value::date() const
 {
-    return heldOrAbsent<NSDate>(_held);
-}
-
-NSArray Value::array() const
-{
-    return heldOrAbsent<NSArray>(_held);
+    return heldOrAbsent<NSDate>();
 }
 
 NSDictionary Value::dictionary() const
 {
-    return heldOrAbsent<NSDictionary>(_held);
+    return heldOrAbsent<NSDictionary>();
 }
 
 NSURL Value::url() const
 {
-    return heldOrAbsent<NSURL>(_held);
+    return heldOrAbsent<NSURL>();
 }
 
 NSError Value::error() const
 {
-    return heldOrAbsent<NSError>(_held);
+    return heldOrAbsent<NSError>();
 }
 
 std::shared_ptr<const NSObject> Value::object() const
 {
-    return heldOrAbsent<std::shared_ptr<const NSObject>>(_held);
+    return heldOrAbsent<std::shared_ptr<const NSObject>>();
 }
 
 bool Value::boolValue() const

@@ -58,11 +58,13 @@ public:
     // Boolean, Integer or Real.
     [[nodiscard]] bool isNumber() const;
 
-    // What is held, or an absent one when it is of another kind.
-    [[nodiscard]] NSString string() const;
+    // What is held, or an absent one when it is of another kind. A value that stays gives it without a copy.
+    [[nodiscard]] const NSString& string() const& { return heldOrAbsent<NSString>(); }
+    [[nodiscard]] NSString string() && { return heldOrAbsent<NSString>(); }
+    [[nodiscard]] const NSArray& array() const& { return heldOrAbsent<NSArray>(); }
+    [[nodiscard]] NSArray array() && { return heldOrAbsent<NSArray>(); }
     [[nodiscard]] NSData data() const;
     [[nodiscard]] NSDate date() const;
-    [[nodiscard]] NSArray array() const;
     [[nodiscard]] NSDictionary dictionary() const;
     [[nodiscard]] NSURL url() const;
     [[nodiscard]] NSError error() const;
@@ -92,6 +94,14 @@ public:
     friend bool operator==(const Value& a, const Value& b) { return a.isAbsent() ? b.isAbsent() : a.isEqual(b); }
 
 private:
+    template <typename Held>
+    [[nodiscard]] const Held& heldOrAbsent() const
+    {
+        static const Held absent;
+        const Held* const held = std::get_if<Held>(&_held);
+        return held ? *held : absent;
+    }
+
     std::variant<std::monostate, NSNull, bool, int64_t, double, NSString, NSData, NSDate, NSArray, NSDictionary, NSURL, NSError,
         ::Class, std::shared_ptr<const NSObject>>
         _held;

@@ -3,6 +3,8 @@
 #include "Platform/Foundation/NSArray.h"
 #include "Platform/Foundation/NSData.h"
 #include "Platform/Foundation/NSDictionary.h"
+#include "Platform/Foundation/NSStringPool.h"
+#include "Platform/Foundation/XMLTokens.h"
 
 #include <glib.h>
 
@@ -11,6 +13,8 @@
 #include <cctype>
 #include <cerrno>
 #include <chrono>
+#include <cstddef>
+#include <iterator>
 #include <memory>
 #include <string>
 #include <utility>
@@ -36,9 +40,9 @@ bool isContainer(Element element)
 
 std::string_view trimmed(std::string_view text)
 {
-    constexpr std::string_view blanks = " \t\r\n";
-    const size_t first = text.find_first_not_of(blanks);
-    return first == std::string_view::npos ? std::string_view() : text.substr(first, text.find_last_not_of(blanks) - first + 1);
+    const auto* const first = std::find_if_not(text.begin(), text.end(), isXMLBlank);
+    const auto last = std::find_if_not(text.rbegin(), std::make_reverse_iterator(first), isXMLBlank).base();
+    return {first, last};
 }
 
 // Decimal or, with "0x", hexadecimal; in the range of a signed 64-bit integer. Absent when it is none.
@@ -115,16 +119,17 @@ class Reader {
 public:
     explicit Reader(int deepestNesting) : _deepestNesting(deepestNesting) { }
 
-    [[nodiscard]] bool start(Element element)
+    [[nodiscard]] bool start(std::string_view name)
     {
+        const Element element = elementNamed(name);
         if (_leaf != Element::None || element == Element::None)
             return false;
         if (_open.empty()) {
-            _open.push_back({element, {}, {}, {}, false});
+            _open.push_back({element, 0, {}, {}, false});
             return element == Element::Plist && !std::exchange(_sawRoot, true);
         }
-        Open& parent = _open.back();
-        if (element == Element::Plist || (parent.element == Element::Plist && !parent.values.empty()))
+        const Open& parent = _open.back();
+        if (element == Element::Plist || (parent.element == Element::Plist && !_values.empty()))
             return false;
         if (parent.element == Element::Dict ? (element == Element::Key) == parent.awaitsValue : element == Element::Key)
             return false;
@@ -133,16 +138,20 @@ public:
             _text.clear();
             return true;
         }
-        _open.push_back({element, {}, element == Element::Dict ? NSDictionary::dictionary() : NSDictionary(), {}, false});
+        _open.push_back(
+            {element, _values.size(), element == Element::Dict ? NSDictionary::dictionary() : NSDictionary(), {}, false});
         return _open.size() <= static_cast<size_t>(_deepestNesting) + 1;   // one for <plist>
     }
 
-    [[nodiscard]] bool end()
+    [[nodiscard]] bool end(std::string_view name)
     {
+        const Element element = _leaf != Element::None || _open.empty() ? _leaf : _open.back().element;
+        if (element == Element::None || name != elementNames[static_cast<size_t>(element)])
+            return false;
         if (_leaf == Element::Key) {
             _leaf = Element::None;
             Open& dictionary = _open.back();
-            dictionary.key = NSString::stringWithUTF8String(_text);
+            dictionary.key = _strings.stringWithUTF8String(_text);
             dictionary.awaitsValue = true;
             return !dictionary.key.isAbsent();
         }
@@ -154,40 +163,38 @@ public:
         case Element::Dict:
             return !closed.awaitsValue && add(std::move(closed.entries));
         case Element::Array:
-            return add(NSArray(std::move(closed.values)));
+            return add(NSArray(takeValues(closed.firstValue)));
         default:
-            if (!closed.values.empty())
-                _root = std::move(closed.values.front());
-            return !_root.isAbsent();
+            return !_values.empty();
         }
     }
 
     [[nodiscard]] bool characters(std::string_view more)
     {
         if (_leaf == Element::None)
-            return trimmed(more).empty();
+            return std::all_of(more.begin(), more.end(), isXMLBlank);
         _text += more;
         return true;
     }
 
     // Once the text has been read without a fault.
-    Value takeRoot() { return std::move(_root); }
+    [[nodiscard]] Value takeRoot() { return _open.empty() && !_values.empty() ? std::move(_values.front()) : Value(); }
 
 private:
     // A container that has begun.
     struct Open {
         Element element;
-        std::vector<Value> values;
+        size_t firstValue;   // of an array, in `_values`
         NSDictionary entries;
         NSString key;   // that was there last
         bool awaitsValue = false;
     };
 
-    [[nodiscard]] Value leafOf(Element element) const
+    [[nodiscard]] Value leafOf(Element element)
     {
         switch (element) {
         case Element::String:
-            return NSString::stringWithUTF8String(_text);
+            return _strings.stringWithUTF8String(_text);
         case Element::Integer:
             return integerOf(std::string(trimmed(_text)));
         case Element::Real:
@@ -210,53 +217,54 @@ private:
             parent.entries.setObject(std::move(value), parent.key);
             parent.awaitsValue = false;
         } else {
-            parent.values.push_back(std::move(value));
+            _values.push_back(std::move(value));
         }
         return true;
     }
 
+    std::vector<Value> takeValues(size_t first)
+    {
+        if (first == 0)
+            return std::exchange(_values, {});
+        const auto begin = _values.begin() + static_cast<std::ptrdiff_t>(first);
+        std::vector<Value> values(std::make_move_iterator(begin), std::make_move_iterator(_values.end()));
+        _values.erase(begin, _values.end());
+        return values;
+    }
+
     const int _deepestNesting;
+    NSStringPool _strings;
     std::vector<Open> _open;
+    std::vector<Value> _values;      // of all open arrays, one array's behind the other's; and the root
     Element _leaf = Element::None;   // the innermost element, when that is no container
     std::string _text;               // what it holds
     bool _sawRoot = false;
-    Value _root;
 };
-
-void refuse(GError** error)
-{
-    g_set_error_literal(error, G_MARKUP_ERROR, G_MARKUP_ERROR_INVALID_CONTENT, "no property list");
-}
-
-void startElement(GMarkupParseContext*, const char* name, const char**, const char**, void* reader, GError** error)
-{
-    if (!static_cast<Reader*>(reader)->start(elementNamed(name)))
-        refuse(error);
-}
-
-void endElement(GMarkupParseContext*, const char*, void* reader, GError** error)
-{
-    if (!static_cast<Reader*>(reader)->end())
-        refuse(error);
-}
-
-void characters(GMarkupParseContext*, const char* text, gsize length, void* reader, GError** error)
-{
-    if (!static_cast<Reader*>(reader)->characters({text, length}))
-        refuse(error);
-}
 
 }
 
 Value valueOfXMLPropertyList(std::string_view text, int deepestNesting)
 {
-    if (text.empty())
-        return {};
-    constexpr GMarkupParser parser = {startElement, endElement, characters, nullptr, nullptr};
+    XMLTokens tokens(text);
     Reader reader(deepestNesting);
-    GMarkupParseContext* const context = g_markup_parse_context_new(&parser, G_MARKUP_TREAT_CDATA_AS_TEXT, &reader, nullptr);
-    const bool isStrict = g_markup_parse_context_parse(context, text.data(), static_cast<gssize>(text.size()), nullptr)
-        && g_markup_parse_context_end_parse(context, nullptr);
-    g_markup_parse_context_free(context);
-    return isStrict ? reader.takeRoot() : Value();
+    while (true) {
+        bool isRight = false;
+        switch (tokens.next()) {
+        case XMLTokens::Kind::StartTag:
+            isRight = reader.start(tokens.content());
+            break;
+        case XMLTokens::Kind::EndTag:
+            isRight = reader.end(tokens.content());
+            break;
+        case XMLTokens::Kind::Text:
+            isRight = reader.characters(tokens.content());
+            break;
+        case XMLTokens::Kind::End:
+            return reader.takeRoot();
+        case XMLTokens::Kind::Fault:
+            break;
+        }
+        if (!isRight)
+            return {};
+    }
 }

@@ -332,7 +332,12 @@ TEST(PropertyListReading, RefusesWhatIsNoPropertyList)
         "<plist><string><true/></string></plist>", "<plist><true/></plist>garbage",
         "<plist><date>2001-13-01T00:00:00Z</date></plist>", "<plist><date>2001-02-29T00:00:00Z</date></plist>",
         "<plist><date>2001-01-01T24:00:00Z</date></plist>", "<plist><date>2001-01-01T00:00:00</date></plist>",
-        "<plist><dict><key>a<true/></key><true/></dict></plist>"};
+        "<plist><dict><key>a<true/></key><true/></dict></plist>", "</plist>", "<plist><true/></plist></plist>", "<plist><true/>",
+        "<plist><array></dict></plist>", "<plist><array></array><array></plist>", "<plist><true/></array>",
+        "<plist><string>a</String></plist>", "<plist><true/></plist>&#65;", "<plist><array>&amp;</array></plist>",
+        "<plist><!-- \xff --><true/></plist>", "<plist version=1><true/></plist>", "<plist><string>a&</string></plist>",
+        "<plist><string>&lt</string></plist>", "<plist><string><![CDATA[a</string></plist>",
+        "<plist><string>a<!-- </string></plist>"};
     for (const std::string& text : texts) {
         NSError error;
         EXPECT_TRUE(read(text, &error).isAbsent()) << text;
@@ -365,11 +370,38 @@ TEST(PropertyListReading, TakesEveryFormOfXML)
         {"<dict><key></key><integer>1</integer><key> k </key><true/><key> k </key><false/></dict>",
             NSDictionary{{u"", 1}, {u" k ", false}}},
         {"<data/>", NSData::dataWithBytes("")},
+        {"<string>a\r\nb\rc&#xD;</string>", NSString(u"a\nb\nc\r")},
+        {"<string> <![CDATA[ ]]> </string>", NSString(u"   ")},
+        {"<string>&amp;lt;&#x26;#65;</string>", NSString(u"&lt;&#65;")},
+        {"<array note='a > b'><true/>&#10;</array>", NSArray{true}},
+        {"<array><array><array/><string>a</string></array><array><string>b</string></array></array>",
+            NSArray{NSArray{NSArray(std::vector<Value>()), NSString(u"a")}, NSArray{NSString(u"b")}}},
+        {"<dict><key>a</key><array><dict><key>b</key><array><true/></array></dict><false/></array></dict>",
+            NSDictionary{{u"a", NSArray{NSDictionary{{u"b", NSArray{true}}}, false}}}},
+        {"<string>\xc3\xa4<?pi > ?>\xf0\x9f\x98\x80</string>", NSString(u"ä😀")},
     };
     for (const auto& row : rows) {
         EXPECT_EQ(read(inPlist(row.body)), row.expected) << row.body;
         EXPECT_EQ(read("\xef\xbb\xbf" + inPlist(row.body)), row.expected) << row.body;
         EXPECT_EQ(read(std::string("<plist>") + row.body + "</plist>"), row.expected) << row.body;
+    }
+}
+
+// Texts of all lengths, of which the short ones share memory, also when the others have gone.
+TEST(PropertyListReading, KeepsTextsOfAllLengthsApart)
+{
+    std::vector<Value> texts;
+    for (size_t length = 0; length < 2100; length += length < 40 ? 1 : 103) {
+        for (const char16_t unit : {u'a', u'z', u'\u00e4'})
+            texts.emplace_back(NSString(std::u16string(length, unit)));
+    }
+    for (const NSPropertyListFormat format : {NSPropertyListXMLFormat_v1_0, NSPropertyListBinaryFormat_v1_0}) {
+        Value list = NSPropertyListSerialization::propertyListWithData(
+            NSPropertyListSerialization::dataWithPropertyList(NSArray(texts), format));
+        EXPECT_EQ(list, Value(NSArray(texts)));
+        const NSString kept = list.array()[40].string();
+        list = {};
+        EXPECT_EQ(kept, texts[40].string());
     }
 }
 
