@@ -90,7 +90,7 @@ void removeMarks(std::u16string& result, std::u16string_view text)
         result = text;
 }
 
-// Between two such units a sequence ends, and a unit beside an end of the text is at the sequence's end as well. True of most letters.
+// Between two such units a sequence ends. True of most letters.
 bool standsApart(char16_t unit)
 {
     if (unit < 0x300)

@@ -11,11 +11,10 @@
 
 namespace {
 
-// All that ends a name is left out; not all that is in may stand in a name.
+// Beyond ASCII every character counts as one that may stand in a name.
 bool isInName(char c)
 {
-    // Letters are all behind these, and are told by one comparison.
-    return static_cast<unsigned char>(c) > '>' || !(isXMLBlank(c) || c == '/' || c == '>' || c == '<' || c == '=');
+    return g_ascii_isalnum(c) || c == '-' || c == '.' || c == '_' || c == ':' || static_cast<unsigned char>(c) >= 0x80;
 }
 
 // Each of these takes something off the front of the text.
@@ -139,7 +138,7 @@ XMLTokens::Kind XMLTokens::next()
         else if (take(_rest, "--"))
             _isValid = passUntil("-->");
         else
-            _isValid = passDeclaration();
+            _isValid = take(_rest, "DOCTYPE") && passDeclaration();
     }
     return _isValid ? Kind::End : Kind::Fault;
 }
@@ -201,7 +200,7 @@ bool XMLTokens::passUntil(std::string_view end)
     return take(_rest, end);
 }
 
-// "<!" was passed. A declaration may hold others in angle brackets of their own.
+// Its beginning was passed. It may hold other declarations in angle brackets of their own.
 bool XMLTokens::passDeclaration()
 {
     size_t open = 1;

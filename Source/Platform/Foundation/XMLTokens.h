@@ -10,7 +10,7 @@
 
 // Walks an XML document by its tags and text. Each of them must be whole, the document must be UTF-8 without null characters, and
 // references must be the five that are always declared or numbers of characters. Which tags belong together is left to who knows
-// the elements. Comments, processing instructions and declarations are passed over; attributes are checked and then left out.
+// the elements. Comments, processing instructions and the document type are passed over; attributes are checked and then left out.
 // Borrows the document. Linear in its size.
 class XMLTokens {
 public:
