@@ -90,6 +90,7 @@ TEST(QVRHasDiacriticInsensitivePrefix, IgnoresCaseAsWell)
             {u"R\u00c9SUM\u00c9", u"resu", true},
             {u"\uff32\uff25\uff33", u"res", true},
             {u"R\u00e9sum\u00e9", u"rasu", false},
+            {u"\u03a9\u0345 b\u0345x", u"\u03c9 B", true},
             {u"a R\u00e9sum\u00e9", u"resu", false},
             {u"resume", u"", false},
             {NSString(), u"r", false},

@@ -289,9 +289,12 @@ void FoldedPieces::fold(std::u16string_view piece)
     // 1. Decompose.
     if (!isLiteral || (_options & NSDiacriticInsensitiveSearch))
         apply(decompose);
-    // 2. Ordinary width, then case: a full-width capital has both. Either may give something that decomposes.
+    // 2. Ordinary width, then case: a full-width capital has both. Either may give something that decomposes. The iota subscript is
+    //    a mark, and a letter once its case is folded: it goes before.
     if (_options & NSWidthInsensitiveSearch)
         apply(makeWidthOrdinary);
+    if ((_options & NSCaseInsensitiveSearch) && (_options & NSDiacriticInsensitiveSearch))
+        apply(removeMarks);
     if (_options & NSCaseInsensitiveSearch)
         apply(foldCase);
     if (!isLiteral && (_options & foldings))
