@@ -5,6 +5,7 @@
 #include "Platform/Engine/DevTools/NetworkErrors.h"
 #include "Platform/Engine/EngineLocation.h"
 #include "Platform/Engine/PageEngineErrors.h"
+#include "Platform/Engine/SilentPageEngineClient.h"
 #include "Platform/Foundation/NSException.h"
 #include "Platform/Foundation/NSRunLoop.h"
 #include "Platform/Foundation/Value.h"
@@ -58,39 +59,6 @@ std::string_view memoryParameters(bool disabled)
     return disabled ? R"({"cacheDisabled":true})" : R"({"cacheDisabled":false})";
 }
 
-// Takes all news and lets every load pass.
-class Nobody final : public PageEngineClient {
-public:
-    void frameAttached(const FrameID&, const FrameID&) override { }
-    void frameDetached(const FrameID&) override { }
-    void frameNamed(const FrameID&, const NSString&) override { }
-    void decideNavigation(const NavigationAction&, PolicyDecision decide) override { decide(PolicyAnswer::Use); }
-    void navigationStarted(const FrameID&, const DocumentID&, const NSURLRequest&) override { }
-    void navigationRedirected(const FrameID&, const NSURLRequest&) override { }
-    void decideResponse(const FrameID&, const NSURLRequest&, const NSURLResponse&, PolicyDecision decide) override
-    {
-        decide(PolicyAnswer::Use);
-    }
-    void navigationCommitted(const FrameID&, const DocumentID&, const NSURLResponse&) override { }
-    void navigationFailed(const FrameID&, const NSError&) override { }
-    void documentFinished(const FrameID&) override { }
-    void documentFailed(const FrameID&, const NSError&) override { }
-    void titleChanged(const FrameID&, const NSString&) override { }
-    void clientRedirectScheduled(const FrameID&, const NSURL&, double) override { }
-    void clientRedirectCleared(const FrameID&) override { }
-    void newWindowRefused(const NSURLRequest&, const NSString&) override { }
-    void resourceRequested(
-        const ResourceID&, const FrameID&, const DocumentID&, const NSURLRequest&, const NSURLResponse&) override
-    {
-    }
-    void resourceResponded(const ResourceID&, const NSURLResponse&) override { }
-    void resourceReceivedData(const ResourceID&, int64_t) override { }
-    void resourceFinished(const ResourceID&) override { }
-    void resourceFailed(const ResourceID&, const NSError&) override { }
-    void authenticationRefused(const ResourceID&, const NSURLResponse&) override { }
-    void engineFailed(const NSError&) override { }
-};
-
 }
 
 std::unique_ptr<PageEngine> makePageEngine(const PageEngineOptions& options)
@@ -98,7 +66,8 @@ std::unique_ptr<PageEngine> makePageEngine(const PageEngineOptions& options)
     return std::make_unique<DevToolsEngine>(options);
 }
 
-DevToolsEngine::DevToolsEngine(const PageEngineOptions& options) : _options(options), _nobody(std::make_unique<Nobody>())
+DevToolsEngine::DevToolsEngine(const PageEngineOptions& options)
+    : _options(options), _nobody(std::make_unique<SilentPageEngineClient>())
 {
     _link.client = _nobody.get();
     _gate.onBodyTaken = [this](const DocumentID& document, NSData body) {
