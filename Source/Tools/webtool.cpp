@@ -7,11 +7,17 @@
 #include "Tools/ArchiveLoader.h"
 #include "Tools/EndRequests.h"
 #include "Tools/ResultRecord.h"
+#include "Tools/StandardStreams.h"
+
+#include <cerrno>
 
 namespace {
 
 // How long the last progress notice may take to leave, in seconds.
 constexpr double noticeTime = 0.1;
+
+// What the libraries end the process for when they cannot have it: the main loop's own descriptor, beside those of EndRequests.
+constexpr size_t fewestDescriptors = 5;
 
 void capture(const NSArray& arguments, const PageEngineMaker& makeEngine)
 {
@@ -29,6 +35,9 @@ void capture(const NSArray& arguments, const PageEngineMaker& makeEngine)
     const NSURL url = NSURL::URLWithString(address);
     if (!url || !qvrContainsString(url.description(), u"//"))
         finishWithBadURL(address);
+
+    if (!canOpenDescriptors(fewestDescriptors))
+        finishWithErrorAndTitleAndURL(NSError(NSPOSIXErrorDomain, EMFILE), {}, address, {});
 
     EndRequests endRequests(address);
     endRequests.setTimeLimit(qvrIntegerForKey(u"WebToolMaxCaptureTime", HostDomain, 0));

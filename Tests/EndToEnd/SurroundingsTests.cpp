@@ -53,7 +53,7 @@ TEST_F(Surroundings, WithoutAFolderForTemporaryFilesAreAnError)
 
 TEST_F(Surroundings, WithFewDescriptorsOrLittleMemoryGiveARecordAllTheSame)
 {
-    for (const char* limit : {"-n 8", "-n 12", "-n 20", "-n 40", "-v 400000", "-f 0"}) {
+    for (const char* limit : {"-n 6", "-n 7", "-n 8", "-n 12", "-n 20", "-n 40", "-v 400000", "-f 0"}) {
         SCOPED_TRACE(limit);
         expectPageOrError(captureUnder(limit));
     }
