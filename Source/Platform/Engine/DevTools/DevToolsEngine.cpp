@@ -53,6 +53,12 @@ bool isLoadableScheme(const NSString& scheme)
     return std::find(schemes.begin(), schemes.end(), scheme.lowercaseString()) != schemes.end();
 }
 
+// What every document runs before its own scripts. Nobody is there whose window a page could close. A script that goes back shows a
+// message before, and so waits until what it must not go back to is forgotten (see forgetBlankPage).
+constexpr std::string_view firstScriptOfPages =
+    R"JS({"source":"window.close=function(){};for(const name of['back','go']){const own=History.prototype[name];)JS"
+    R"JS(History.prototype[name]=function(...by){alert();return own.apply(this,by)}}"})JS";
+
 // What is in memory is answered without a request that could be offered.
 std::string_view memoryParameters(bool disabled)
 {
@@ -177,10 +183,24 @@ void DevToolsEngine::handle(const Message& event)
             askForTitle();
         }
     } else if (event.session() == _link.pageSession || _sessions.contains(event.session())) {
-        if (method == "Page.domContentEventFired" && event.session() == _link.pageSession)
+        if (method == "Page.javascriptDialogOpening")
+            forgetBlankPage();
+        if (method == "Page.domContentEventFired" && event.session() == _link.pageSession) {
+            forgetBlankPage();
             askForTitle();
+        }
         _interruptions.handle(event);
         _frames.handle(event);
+    }
+}
+
+// The empty page that the engine started with is none that a script could go back to: nobody would be asked about that.
+void DevToolsEngine::forgetBlankPage()
+{
+    const FrameTracker::Frame* main = _frames.find(mainFrame());
+    if (_hasBlankHistory && !main->document.empty()) {
+        _hasBlankHistory = false;
+        _link.send(_link.pageSession, "Page.resetNavigationHistory");
     }
 }
 
@@ -235,8 +255,7 @@ void DevToolsEngine::prepare(const std::string& session, bool isPage)
         confirm("Emulation.setScriptExecutionDisabled", R"({"value":true})");
     if (_mediaType)
         confirm("Emulation.setEmulatedMedia", mediaParameters());
-    // Nobody is there whose window a page could close.
-    confirm("Page.addScriptToEvaluateOnNewDocument", R"({"source":"window.close=function(){}"})");
+    confirm("Page.addScriptToEvaluateOnNewDocument", firstScriptOfPages);
     confirm("Target.setAutoAttach",
         R"({"autoAttach":true,"waitForDebuggerOnStart":true,"flatten":true,"filter":[{"type":"iframe"},{"type":"worker"}]})");
     _link.send(session, "Inspector.enable");

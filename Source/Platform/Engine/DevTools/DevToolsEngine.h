@@ -63,6 +63,7 @@ private:
     void start();
     void startAgain();
     void handle(const Message& event);
+    void forgetBlankPage();
     void attached(const JSONView& content);
     void detached(const JSONView& content);
     void targetCrashed(const FrameID& frame);
@@ -121,6 +122,7 @@ private:
     NSTimer _lifeTimer;
     std::optional<std::chrono::steady_clock::time_point> _askedForLife;
     std::chrono::milliseconds _workSeen{-1};   // the engine's processor time when it was last looked at
+    bool _hasBlankHistory = true;              // the engine's first page is still one to go back to
     bool _hasAnswered = false;
     bool _wasStartedAgain = false;
     std::shared_ptr<bool> _alive = std::make_shared<bool>(true);   // for news that is told later
