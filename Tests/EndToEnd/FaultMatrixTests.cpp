@@ -92,8 +92,8 @@ TEST_P(FaultAtMoment, GivesOneRecord)
     for (const pid_t victim : found)
         kill(victim, GetParam().fault == Fault::EngineHangs ? SIGSTOP : SIGKILL);
     const Captured captured = finish(*process);
-    // Five seconds, ten for a download that is tried then, and what a busy machine adds.
-    EXPECT_LT(std::chrono::steady_clock::now() - fault, 15s);
+    // Five seconds, and what a busy machine adds.
+    EXPECT_LT(std::chrono::steady_clock::now() - fault, 10s);
     // What has been read before the fault may be saved; half a page is never.
     if (captured.record.hasSucceeded()) {
         EXPECT_EQ(GetParam().moment, Moment::WhileSaving);
@@ -109,10 +109,6 @@ TEST_P(FaultAtMoment, GivesOneRecord)
             << error.domain;
     } else if (GetParam().fault == Fault::EngineHangs) {
         EXPECT_EQ(error.domain, "com.brackenlow.tarnwick.webtool");
-    } else if (GetParam().fault == Fault::PageKilled && GetParam().moment == Moment::WaitingForThePage) {
-        // No page of the server's is there to be lost: the engine cancels the load, and what comes then is a download that is not
-        // answered either.
-        EXPECT_EQ(error.domain, "NSURLErrorDomain");
     } else {
         EXPECT_EQ(error.domain, "NSURLErrorDomain");
         EXPECT_EQ(error.code, -1) << captured.process.error;

@@ -81,9 +81,10 @@ TEST_F(HostilePage, WithTenThousandFramesIsCaptured)
 {
     // The engine makes a thousand of them.
     settings["WebToolMaxCaptureTime"] = int64_t(0);
-    const Captured captured = expectPage("<!DOCTYPE html><title>t</title><body><p>text<script>for (let i = 0; i < 10000; ++i)"
-                                         "document.body.append(document.createElement('iframe'))</script>",
-        "<p>text");
+    const Captured captured =
+        expectPage("<!DOCTYPE html><title>t</title><body><p>text<script>onload = () => { for (let i = 0; i < 10000; ++i)"
+                   "document.body.append(document.createElement('iframe')) }</script>",
+            "<p>text");
     EXPECT_GE(captured.archive->frames.size(), 900U);
 }
 
@@ -167,9 +168,9 @@ TEST_F(HostilePage, OfAHundredMegabytesIsCapturedWhole)
 {
     settings["WebToolMaxCaptureTime"] = int64_t(0);
     const Captured captured =
-        captureMarkup("<!DOCTYPE html><title>t</title><body><script>for (let i = 0; i < 100; ++i) {"
+        captureMarkup("<!DOCTYPE html><title>t</title><body><script>onload = () => { for (let i = 0; i < 100; ++i) {"
                       "const part = document.createElement('p'); part.hidden = true; part.textContent = 'x'.repeat(1e6);"
-                      "document.body.append(part) }</script>");
+                      "document.body.append(part) } }</script>");
     expectArchive(captured);
     // Those of the script's own text are there too.
     const std::string page = captured.page();
@@ -253,6 +254,22 @@ TEST_F(HostilePage, CannotBeAnAddressOfTheEnginesOwn)
         EXPECT_FALSE(captured.record.hasSucceeded());
         EXPECT_FALSE(captured.record.errorString.value_or("").empty());
         EXPECT_LT(captured.seconds(), 15);
+    }
+}
+
+TEST_F(HostilePage, ThatTakesAllMemoryIsAnErrorOrCaptured)
+{
+    // The engine ends the page's process, sooner or later, or refuses the script the memory, which ends the script only.
+    settings["WebToolMaxCaptureTime"] = int64_t(20);
+    const Captured captured = captureMarkup("<!DOCTYPE html><title>t</title><p>text<script>const all = []; for (;;) all.push(new "
+                                            "Array(1e6).fill(all.length))</script>");
+    if (captured.record.hasSucceeded()) {
+        EXPECT_NE(captured.page().find("<p>text"), std::string::npos);
+    } else {
+        const ArchivedError error = readArchivedError(captured.record.errorData.value_or(""));
+        EXPECT_TRUE(error.domain == "NSURLErrorDomain" || (error.domain == "NSCocoaErrorDomain" && error.code == 512))
+            << error.domain;
+        EXPECT_EQ(namesIn(outputFolder()), std::vector<std::string>());
     }
 }
 

@@ -246,11 +246,15 @@ WebResource mainResourceOf(WebPage& page, DocumentLoad& load)
     // A server that names no type leaves it to the engine.
     const NSString type = load.response.MIMEType() ? load.response.MIMEType() : load.shownType;
     const ResourceLog::Load* own = page.resources().ownLoad(load.document, ResourceLog::addressOf(load.initialRequest.URL()));
-    // What came before a load broke off is the document that is shown.
-    if (!isShown || !own || own->state == ResourceLog::State::Underway)
-        return WebResource(NSData(), url, type, encoding, name);
-    if (!own->hasBody)
+    if (isShown && !(own && own->hasBody))
         page.requireEngine();
+    const bool isUnderway = !own || own->state == ResourceLog::State::Underway;
+    // A page that was stopped, and whose process is too busy to notice, has bytes that nobody can read.
+    if (isUnderway && load.state == DocumentLoad::State::Failed && frame && page.frames().isMainFrame(frame->frameID()))
+        throw NSException(NSGenericException, u"The page engine does not hand over what came of the page.");
+    // What came before a load broke off is the document that is shown.
+    if (!isShown || isUnderway)
+        return WebResource(NSData(), url, type, encoding, name);
     return WebResource(
         [weak = page.weak_from_this(), resource = own->name] {
             const std::shared_ptr<WebPage> alive = weak.lock();

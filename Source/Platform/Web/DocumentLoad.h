@@ -35,7 +35,6 @@ public:
     NSString encoding;
     NSString shownType;
     State state = State::Provisional;
-    bool wasCancelled = false;   // failed by a cancel
     // Why the load will fail as soon as the engine lets go of it, whatever the engine calls that. Absent while nothing is
     // decided.
     NSError verdict;

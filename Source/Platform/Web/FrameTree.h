@@ -17,6 +17,7 @@ public:
         std::optional<size_t> generatedNumber;
         std::shared_ptr<DocumentLoad> provisional;
         std::shared_ptr<DocumentLoad> committed;
+        std::shared_ptr<DocumentLoad> cancelled;   // the load that was cancelled here last, when no other has begun since
         DocumentID abandoned;        // the document whose load failed here last: what the engine still says of it does not count
         bool hasBeenAsked = false;   // some load has started here
     };

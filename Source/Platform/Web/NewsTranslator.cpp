@@ -17,6 +17,11 @@ public:
     void cancelAuthenticationChallenge(const NSURLAuthenticationChallenge&) override { }
 };
 
+bool isCancel(const NSError& error)
+{
+    return error.domain() == NSURLErrorDomain && error.code() == NSURLErrorCancelled;
+}
+
 NSDictionary actionInformation(NavigationType type, const NSURLRequest& request)
 {
     NSDictionary information{{WebActionNavigationTypeKey, static_cast<int64_t>(type)}};
@@ -153,6 +158,7 @@ void NewsTranslator::start(
         failProvisional(entry, loadError(NSURLErrorDomain, NSURLErrorCancelled, entry.provisional->request.URL()), deliveries);
     }
     entry.provisional = load;
+    entry.cancelled = nullptr;
     entry.hasBeenAsked = true;
     tellFrames(deliveries, [frame = entry.frame](WebFrameLoadDelegate& delegate, WebView& view) {
         delegate.webViewDidStartProvisionalLoadForFrame(view, frame);
@@ -224,6 +230,7 @@ void NewsTranslator::navigationCommitted(const FrameID& frame, const DocumentID&
     if (response)
         load->response = response;
     load->state = DocumentLoad::State::Committed;
+    entry->cancelled = nullptr;
     entry->hasBeenAsked = true;
     // 2. It takes the place of the old one, and of all that was in it.
     endRemoved(_page.frames().detachChildren(frame), deliveries);
@@ -245,7 +252,8 @@ void NewsTranslator::failProvisional(FrameTree::Entry& entry, const NSError& err
 {
     const Load load = std::exchange(entry.provisional, nullptr);
     load->state = DocumentLoad::State::Failed;
-    load->wasCancelled = error.domain() == NSURLErrorDomain && error.code() == NSURLErrorCancelled;
+    if (isCancel(error) && !load->verdict)
+        entry.cancelled = load;
     // Its resources' own ends may still be told.
     if (entry.abandoned != load->document)
         _page.resources().forget(entry.abandoned);
@@ -263,7 +271,8 @@ void NewsTranslator::failCommitted(FrameTree::Entry& entry, const NSError& error
     if (!load || load->state != DocumentLoad::State::Committed)
         return;
     load->state = DocumentLoad::State::Failed;
-    load->wasCancelled = error.domain() == NSURLErrorDomain && error.code() == NSURLErrorCancelled;
+    if (isCancel(error))
+        entry.cancelled = load;
     const NSError told = errorWithFailingURL(error, load->request.URL());
     tellFrames(deliveries, [told, frame = entry.frame](WebFrameLoadDelegate& delegate, WebView& view) {
         delegate.webViewDidFailLoadWithError(view, told, frame);
@@ -595,8 +604,10 @@ void NewsTranslator::engineFailed(const NSError& error)
     _page.forgetRequestedLoad();
     // A page that has finished is lost as well: nothing can be read from it any more. So is one whose load was cancelled: the engine
     // cancels what a process was loading before it tells of the process's end.
-    if (!main.provisional && main.committed
-        && (main.committed->state == DocumentLoad::State::Finished || main.committed->wasCancelled))
+    const Load cancelled = std::exchange(main.cancelled, nullptr);
+    if (!main.provisional && cancelled && cancelled != main.committed)
+        main.provisional = cancelled;
+    else if (!main.provisional && main.committed && (cancelled || main.committed->state == DocumentLoad::State::Finished))
         main.committed->state = DocumentLoad::State::Committed;
     // The main frame, the first one, comes last: with it the load is over.
     const std::vector<FrameID> frames = _page.frames().allFrames();

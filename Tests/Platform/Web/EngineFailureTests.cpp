@@ -68,6 +68,42 @@ TEST_F(EngineFailure, DoesNotFailAPageThatFailedBefore)
     EXPECT_TRUE(recorder.lines.empty());
 }
 
+// The engine cancels what a process was loading before it tells that the process is gone.
+TEST_F(EngineFailure, FailsAPageWhoseLoadWasCancelledJustBefore)
+{
+    const NSError cancelled(NSURLErrorDomain, NSURLErrorCancelled);
+    for (const bool isShown : {false, true}) {
+        SCOPED_TRACE(isShown);
+        if (isShown) {
+            engine->openPage("main", u"http://h/", u"<p>");
+            engine->client()->documentFailed("main", cancelled);
+        } else {
+            engine->start("main", u"http://h/");
+            engine->client()->navigationFailed("main", cancelled);
+        }
+        recorder.take();
+        engine->client()->engineFailed(failure);
+        EXPECT_EQ(recorder.lines, (Lines{isShown ? "fail main -1" : "fail provisional main -1"}));
+        EXPECT_EQ(recorder.lastError.localizedFailureReason(), NSString(u"The engine ended with signal 11."));
+        EXPECT_FALSE(view->isLoading());
+        recorder.take();
+        engine->client()->engineFailed(failure);
+        EXPECT_TRUE(recorder.lines.empty());
+    }
+}
+
+TEST_F(EngineFailure, FailsTheCancelledLoadAndNotThePageThatFailedBefore)
+{
+    engine->openPage("main", u"http://h/", u"<p>");
+    engine->client()->documentFailed("main", NSError(NSURLErrorDomain, NSURLErrorTimedOut));
+    engine->start("main", u"http://h/again");
+    engine->client()->navigationFailed("main", NSError(NSURLErrorDomain, NSURLErrorCancelled));
+    recorder.take();
+    engine->failEngine(failure);
+    EXPECT_EQ(recorder.lines, (Lines{"fail provisional main -1"}));
+    EXPECT_EQ(recorder.lastError.userInfo()[NSURLErrorFailingURLStringErrorKey].string(), NSString(u"http://h/again"));
+}
+
 TEST_F(EngineFailure, InTheMiddleOfACallbackIsToldToo)
 {
     recorder.reactions["commit main"] = [this] { engine->failEngine(failure); };

@@ -114,18 +114,25 @@ std::vector<DocumentSnapshot> DocumentReader::documents(std::chrono::steady_cloc
             shown.push_back(frame);
     }
     std::unordered_map<FrameID, DocumentSnapshot> answers;
-    ask(shown, std::string(readDocument) + (scriptingEnabled ? "(true)" : "(false)"), deadline,
-        [&](const FrameID& frame, const JSONView& value) {
-            DocumentSnapshot& snapshot = answers[frame];
-            snapshot.frame = frame;
-            snapshot.MIMEType = value.string("type");
-            snapshot.textEncodingName = value.string("encoding");
-            snapshot.url = NSURL::URLWithUncheckedString(value.string("url"));
-            if (const FrameTracker::Frame* known = _frames.find(frame))
-                snapshot.document = known->document;
-            if (!isStandIn(snapshot.document))
-                snapshot.markup = value.string("markup");
-        });
+    const std::string question = std::string(readDocument) + (scriptingEnabled ? "(true)" : "(false)");
+    const Answer take = [&](const FrameID& frame, const JSONView& value) {
+        DocumentSnapshot& snapshot = answers[frame];
+        snapshot.frame = frame;
+        snapshot.MIMEType = value.string("type");
+        snapshot.textEncodingName = value.string("encoding");
+        snapshot.url = NSURL::URLWithUncheckedString(value.string("url"));
+        if (const FrameTracker::Frame* known = _frames.find(frame))
+            snapshot.document = known->document;
+        if (!isStandIn(snapshot.document))
+            snapshot.markup = value.string("markup");
+    };
+    ask(shown, question, deadline, take);
+    // One that was just changing its document has the next one by now. One whose process is gone will not answer.
+    const FrameID main(EngineLink::mainFrameID);
+    if (!shown.empty() && shown.front() == main && !answers.contains(main))
+        ask({main}, question, deadline, take);
+    if (!shown.empty() && shown.front() == main && !answers.contains(main))
+        throw NSException(NSGenericException, u"The page engine cannot read the page.");
     std::vector<DocumentSnapshot> result;
     for (const FrameID& frame : shown) {
         const auto answered = answers.find(frame);

@@ -194,6 +194,7 @@ void ResourceTracker::askForBody(const std::string& networkID, Resource& resourc
             if (!asked || asked->bodyState != Body::Asked)
                 return;
             asked->bodyState = Body::Here;
+            asked->isLost = reply.refusal && asked->length > 0;
             if (reply.refusal)
                 return;
             // Bytes that are valid UTF-8 come as the text that they are.
@@ -213,5 +214,8 @@ NSData ResourceTracker::body(const ResourceID& resource, std::chrono::steady_clo
         if (!isHere)
             throw NSException(NSGenericException, u"The page engine did not hand over a resource in time.");
     }
+    // Without its own bytes the page is not there; without those of something on it, only that is missing.
+    if (find(networkID)->isLost && _frames.find(FrameID(EngineLink::mainFrameID))->document == networkID)
+        throw NSException(NSGenericException, u"The page engine does not have the page's bytes any more.");
     return find(networkID)->bytes;
 }

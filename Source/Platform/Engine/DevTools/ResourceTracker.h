@@ -56,6 +56,7 @@ private:
         bool isDocument = false;
         bool isFinished = false;
         bool isFromMemory = false;   // answered by the engine's memory cache
+        bool isLost = false;         // the engine has no bytes of it any more
         int64_t length = 0;          // bytes that came, after content-decoding
         Body bodyState = Body::None;
         NSData bytes;
