@@ -63,7 +63,8 @@ class SoughtHost {
 public:
     explicit SoughtHost(NSString host) : _host(std::move(host)), _isASCII(isASCII(_host.units())) { }
 
-    // Whether the entry is this host in any letter case; where ASCII does not tell, `compare` is asked with the entry and the host.
+    // Whether the entry is this host in any letter case; where ASCII does not tell, `compare` is asked with the entry and the
+    // host.
     [[nodiscard]] bool is(const NSString& entry, bool (*compare)(const NSString&, const NSString&)) const
     {
         if (!entry || !_host)

@@ -24,8 +24,8 @@ std::string nameOf(const testing::TestParamInfo<Cell>& info)
     return std::string(faults[static_cast<int>(info.param.fault)]) + moments[static_cast<int>(info.param.moment)];
 }
 
-// Every fault at every moment of a capture gives exactly one record and status 0, and leaves nothing behind; capture() and finish()
-// check that for every run.
+// Every fault at every moment of a capture gives exactly one record and status 0, and leaves nothing behind; capture() and
+// finish() check that for every run.
 class FaultAtMoment : public CaptureTest, public testing::WithParamInterface<Cell> {
 protected:
     FaultAtMoment()

@@ -8,8 +8,8 @@ using namespace support;
 
 namespace {
 
-// Pages that do what they can to hang, fill or fool a capture. Whatever they do, there is one record in time, nothing outside the output
-// is written, and nothing is left; capture() checks that for every run.
+// Pages that do what they can to hang, fill or fool a capture. Whatever they do, there is one record in time, nothing outside the
+// output is written, and nothing is left; capture() checks that for every run.
 class HostilePage : public CaptureTest {
 protected:
     HostilePage()

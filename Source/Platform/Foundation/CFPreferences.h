@@ -11,9 +11,9 @@
 // The value, of whatever kind it is; absent when there is none.
 [[nodiscard]] Value CFPreferencesCopyAppValue(const NSString& key, const NSString& application);
 
-// The value as a boolean: a boolean as it is, a number whether it is not 0, and of strings "true", "yes" and "1" as true and "false",
-// "no" and "0" as false, in any case of letters. Anything else, and no value, gives false; then `*keyExistsAndHasValidFormat`, if
-// given, is set to false, otherwise to true.
+// The value as a boolean: a boolean as it is, a number whether it is not 0, and of strings "true", "yes" and "1" as true and
+// "false", "no" and "0" as false, in any case of letters. Anything else, and no value, gives false; then
+// `*keyExistsAndHasValidFormat`, if given, is set to false, otherwise to true.
 [[nodiscard]] bool CFPreferencesGetAppBooleanValue(
     const NSString& key, const NSString& application, bool* keyExistsAndHasValidFormat = nullptr);
 

@@ -92,8 +92,8 @@ NSComparisonResult compareFolded(std::u16string_view first, std::u16string_view 
     }
 }
 
-// The order of two texts whose first difference is one of printable ASCII characters without marks, which no folding is asked to touch.
-// Most comparisons are settled so, and it takes a fraction of the time. Nothing when only the texts' keys can tell.
+// The order of two texts whose first difference is one of printable ASCII characters without marks, which no folding is asked to
+// touch. Most comparisons are settled so, and it takes a fraction of the time. Nothing when only the texts' keys can tell.
 std::optional<NSComparisonResult> compareAtFirstDifference(std::u16string_view first, std::u16string_view second)
 {
     const auto [a, b] = std::mismatch(first.begin(), first.end(), second.begin(), second.end());

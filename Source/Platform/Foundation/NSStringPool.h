@@ -6,8 +6,8 @@
 #include <memory>
 #include <string_view>
 
-// Makes strings whose texts stand one behind the other in a few blocks of memory, for readers of lists with many short ones. A block
-// stays until the last string in it has gone.
+// Makes strings whose texts stand one behind the other in a few blocks of memory, for readers of lists with many short ones. A
+// block stays until the last string in it has gone.
 class NSStringPool {
 public:
     // As NSString::stringWithUTF8String: absent when `text` is not valid.

@@ -14,8 +14,8 @@
 inline const NSString NSGlobalDomain = u".GlobalPreferences";
 
 // Settings in property-list files: the domain D is D.plist in each of some folders, and an earlier folder's entry hides a later
-// one's key by key. A domain's files are read once, at its first use. A file that is there but cannot be read, is no regular file,
-// is larger than the limit, or holds no dictionary counts as empty and is reported once, by one NSLog line that names it.
+// one's key by key. A domain's files are read once, at its first use. A file that is there but cannot be read, is no regular
+// file, is larger than the limit, or holds no dictionary counts as empty and is reported once, by one NSLog line that names it.
 // Safe to use from any thread.
 class PreferencesStore {
 public:
@@ -33,7 +33,8 @@ public:
     // Puts another store in its place, as when the environment has changed; none makes it anew at its next use.
     static void setSharedStore(std::shared_ptr<PreferencesStore> store);
 
-    // All entries of the domain; absent when no folder has a file for it. A name that is absent, empty or holds "/" or NUL has none.
+    // All entries of the domain; absent when no folder has a file for it. A name that is absent, empty or holds "/" or NUL has
+    // none.
     [[nodiscard]] NSDictionary domainForName(const NSString& name);
     // The value for `key` in the domain, else in the global domain, else absent.
     [[nodiscard]] Value valueForKey(const NSString& key, const NSString& domain);

@@ -99,7 +99,8 @@ bool standsApart(char16_t unit)
     return role == U_GCB_OTHER || role == U_GCB_LV || role == U_GCB_LVT;
 }
 
-// Whether the keys of two units that stand apart are the same, as far as simple folding tells: then full folding gives the same, too.
+// Whether the keys of two units that stand apart are the same, as far as simple folding tells: then full folding gives the same,
+// too.
 bool isSameLetter(char16_t unit, char16_t other)
 {
     if (unit < 0x80 && other < 0x80)
@@ -289,7 +290,8 @@ void FoldedPieces::fold(std::u16string_view piece)
     // 1. Decompose.
     if (!isLiteral || (_options & NSDiacriticInsensitiveSearch))
         apply(decompose);
-    // 2. Ordinary width, then case: a full-width capital has both. Either may give something that decomposes. The iota subscript is
+    // 2. Ordinary width, then case: a full-width capital has both. Either may give something that decomposes. The iota subscript
+    // is
     //    a mark, and a letter once its case is folded: it goes before.
     if (_options & NSWidthInsensitiveSearch)
         apply(makeWidthOrdinary);

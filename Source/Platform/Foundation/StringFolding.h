@@ -24,11 +24,13 @@ public:
     bool next();
     bool previous();
     // Passes single ASCII characters other than the one whose key is `wanted`. Saves time, and changes no result of a search for
-    // something that begins, or ends, with `wanted`. Nothing at or behind `limit` (forward), or before it (backwards), is looked at.
+    // something that begins, or ends, with `wanted`. Nothing at or behind `limit` (forward), or before it (backwards), is looked
+    // at.
     void skipForwardTo(char16_t wanted, size_t limit);
     void skipBackwardTo(char16_t wanted, size_t limit);
 
-    // Passes what both texts have in common where they stand, with the same options, as far as that is plain to see. No number is cut.
+    // Passes what both texts have in common where they stand, with the same options, as far as that is plain to see. No number is
+    // cut.
     static void skipCommonFront(FoldedPieces& a, FoldedPieces& b);
 
     // The piece that was reached last, and its key, which is valid until the next move.

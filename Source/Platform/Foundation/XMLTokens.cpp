@@ -91,7 +91,8 @@ bool appendReferenced(std::string& text, std::string_view name)
     return failure == std::errc() && rest == name.data() + name.size() && appendCharacter(text, number);
 }
 
-// The text with its references replaced, where it has some, and with line feeds as its line ends; nothing when a reference is none.
+// The text with its references replaced, where it has some, and with line feeds as its line ends; nothing when a reference is
+// none.
 std::optional<std::string> replaced(std::string_view text, bool hasReferences)
 {
     std::string result;

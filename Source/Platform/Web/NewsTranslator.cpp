@@ -602,8 +602,8 @@ void NewsTranslator::engineFailed(const NSError& error)
     if (!main.provisional && _page.requestedLoad())
         start(main, {}, _page.requestedLoad(), deliveries);
     _page.forgetRequestedLoad();
-    // A page that has finished is lost as well: nothing can be read from it any more. So is one whose load was cancelled: the engine
-    // cancels what a process was loading before it tells of the process's end.
+    // A page that has finished is lost as well: nothing can be read from it any more. So is one whose load was cancelled: the
+    // engine cancels what a process was loading before it tells of the process's end.
     const Load cancelled = std::exchange(main.cancelled, nullptr);
     if (!main.provisional && cancelled && cancelled != main.committed)
         main.provisional = cancelled;

@@ -53,8 +53,8 @@ bool isLoadableScheme(const NSString& scheme)
     return std::find(schemes.begin(), schemes.end(), scheme.lowercaseString()) != schemes.end();
 }
 
-// What every document runs before its own scripts. Nobody is there whose window a page could close. A script that goes back shows a
-// message before, and so waits until what it must not go back to is forgotten (see forgetBlankPage).
+// What every document runs before its own scripts. Nobody is there whose window a page could close. A script that goes back shows
+// a message before, and so waits until what it must not go back to is forgotten (see forgetBlankPage).
 constexpr std::string_view firstScriptOfPages =
     R"JS({"source":"window.close=function(){};for(const name of['back','go']){const own=History.prototype[name];)JS"
     R"JS(History.prototype[name]=function(...by){alert();return own.apply(this,by)}}"})JS";
@@ -228,8 +228,8 @@ void DevToolsEngine::attached(const JSONView& content)
 }
 
 // What is sent here is in force before the target loads anything: it waits, or its first request is held by the gate until all of
-// this is confirmed. The engine does not answer in the order of the commands, and a page that starts in a process of its own takes
-// along only what was confirmed by then.
+// this is confirmed. The engine does not answer in the order of the commands, and a page that starts in a process of its own
+// takes along only what was confirmed by then.
 void DevToolsEngine::prepare(const std::string& session, bool isPage)
 {
     _sessions.insert(session);

@@ -20,7 +20,8 @@
 
 // A page engine that is a Chromium process, spoken to in the DevTools protocol.
 //
-// One target of the engine shows the page; frames of other sites, and workers, may be targets of their own. Each is prepared while it waits to start.
+// One target of the engine shows the page; frames of other sites, and workers, may be targets of their own. Each is prepared
+// while it waits to start.
 class DevToolsEngine final : public PageEngine {
 public:
     explicit DevToolsEngine(const PageEngineOptions& options);

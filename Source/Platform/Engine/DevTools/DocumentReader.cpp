@@ -9,8 +9,8 @@ namespace {
 
 using nlohmann::json;
 
-// Serialises the document. The getters are taken from the interface, because an element named like one hides it on the document itself. A copy
-// without its noscript elements is made in a document that loads and runs nothing.
+// Serialises the document. The getters are taken from the interface, because an element named like one hides it on the document
+// itself. A copy without its noscript elements is made in a document that loads and runs nothing.
 constexpr std::string_view readDocument = R"JS(((scripting) => {
     const of = (name) => Object.getOwnPropertyDescriptor(Document.prototype, name).get.call(document);
     const type = of('contentType');

@@ -102,7 +102,8 @@ void RequestGate::subresourceHeld(Held held)
         offer(std::move(held));
         return;
     }
-    // The frame's attachment may still be under way; it is here when the page's process has answered. What is no frame asks for itself.
+    // The frame's attachment may still be under way; it is here when the page's process has answered. What is no frame asks for
+    // itself.
     _link.send(
         _link.pageSession, "Page.getLayoutMetrics", "{}", [this, held, generation = _generation](const Connection::Reply&) {
             if (generation == _generation)
@@ -395,7 +396,8 @@ void RequestGate::showResponse(const Held& held, const NSURLResponse& response)
     _link.send(held.session, "Fetch.continueResponse", dump(parameters));
 }
 
-// The engine would save this type as a file. It belongs to the page all the same: its bytes are kept, and an empty page stands in its frame.
+// The engine would save this type as a file. It belongs to the page all the same: its bytes are kept, and an empty page stands in
+// its frame.
 void RequestGate::takeBody(const Held& held, const NSURLResponse& response)
 {
     const auto showEmptyPage = [this, held, response](const std::optional<NSData>& body) {

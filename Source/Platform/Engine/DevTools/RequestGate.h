@@ -9,8 +9,9 @@
 #include <unordered_set>
 #include <vector>
 
-// Stands where the engine holds requests for documents: before they are sent, and when their response has come. Asks the client whether to go on.
-// Requests of every target are held by the engine as a whole, those of frames that have no target of their own yet among them.
+// Stands where the engine holds requests for documents: before they are sent, and when their response has come. Asks the client
+// whether to go on. Requests of every target are held by the engine as a whole, those of frames that have no target of their own
+// yet among them.
 class RequestGate {
 public:
     RequestGate(EngineLink& link, FrameTracker& frames) : _link(link), _frames(frames) { }

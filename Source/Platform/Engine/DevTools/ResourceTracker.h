@@ -11,9 +11,10 @@
 
 // Follows what the page loads, and fetches the bytes of it.
 //
-// The engine keeps the bytes of every load as they came (see the parameters of networkParameters). They are fetched when the first of them is asked
-// for, all at once, which costs least; only large ones are fetched while the page still loads, which is soonest. What the engine answers from its memory cache has no bytes of its own; those
-// of the first load of that address are taken.
+// The engine keeps the bytes of every load as they came (see the parameters of networkParameters). They are fetched when the
+// first of them is asked for, all at once, which costs least; only large ones are fetched while the page still loads, which is
+// soonest. What the engine answers from its memory cache has no bytes of its own; those of the first load of that address are
+// taken.
 class ResourceTracker {
 public:
     ResourceTracker(EngineLink& link, FrameTracker& frames) : _link(link), _frames(frames) { }
@@ -41,7 +42,8 @@ public:
     // Whether the load is over, in whatever way; also for one that is not known.
     [[nodiscard]] bool isFinished(const std::string& networkID) const;
 
-    // The address of the program's own load, as it was given, while its first request is awaited; else absent. The engine spells addresses its own way.
+    // The address of the program's own load, as it was given, while its first request is awaited; else absent. The engine spells
+    // addresses its own way.
     std::function<NSURL()> ownURL;
     // A byte or a fact of this load came.
     std::function<void(const std::string& networkID)> onActivity;
