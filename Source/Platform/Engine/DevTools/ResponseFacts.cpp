@@ -44,12 +44,11 @@ NSURLResponse heldResponseFromEngine(const NSURL& url, const JSONView& content)
 {
     NSDictionary fields = NSDictionary::dictionary();
     content.forEachIn("responseHeaders", [&](JSONView field) {
-        const NSString name = field.string("name");
+        const NSString name = NSString::stringWithRepairedUTF8(field.text("name"));
+        const NSString value = NSString::stringWithRepairedUTF8(field.text("value"));
         const Value before = fields.objectForKey(name);
         // Fields that come more than once are one field with a list, as HTTP reads them.
-        fields.setObject(before ? before.string().stringByAppendingString(u", ").stringByAppendingString(field.string("value"))
-                                : field.string("value"),
-            name);
+        fields.setObject(before ? before.string().stringByAppendingString(u", ").stringByAppendingString(value) : value, name);
     });
     const NSHTTPURLResponse told(url, static_cast<int>(content.integer("responseStatusCode")), fields);
     if (url.scheme().lowercaseString() == NSString(u"http") || url.scheme().lowercaseString() == NSString(u"https"))
