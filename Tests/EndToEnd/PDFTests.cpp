@@ -190,6 +190,18 @@ TEST_F(Information, IsSetAndTheRestIsKept)
     }
 }
 
+TEST_F(Information, HasAnOutlineOfTheHeadings)
+{
+    for (const char* mode : {"pdf", "pdfSinglePage"}) {
+        SCOPED_TRACE(mode);
+        expectPDF(print(
+            "<!DOCTYPE html><html lang=en><title>t</title><h1>First heading</h1><p>text<h2>Second heading</h2><p>text", mode));
+        const std::string text = runHelper({"qpdf", "--json=1", "--json-key=outlines", pdfPath()});
+        EXPECT_NE(text.find("First heading"), std::string::npos) << text;
+        EXPECT_NE(text.find("Second heading"), std::string::npos) << text;
+    }
+}
+
 TEST_F(Information, TakesTitlesInAnyScript)
 {
     for (const std::string& text : {std::string("Größe & „Maß“"), std::string("日本語の題名"), std::string("عنوان"),

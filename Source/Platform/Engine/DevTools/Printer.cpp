@@ -135,7 +135,8 @@ NSData Printer::print(const PrintSettings& settings, TimePoint deadline)
         {"paperHeight", settings.paperSize.height / pointsPerInch}, {"marginTop", settings.topMargin / pointsPerInch},
         {"marginLeft", settings.leftMargin / pointsPerInch}, {"marginBottom", settings.bottomMargin / pointsPerInch},
         {"marginRight", settings.rightMargin / pointsPerInch}, {"scale", isSmallest ? smallestEngineScale : scale},
-        {"printBackground", settings.printsBackgrounds}, {"preferCSSPageSize", false}, {"transferMode", "ReturnAsStream"}};
+        {"printBackground", settings.printsBackgrounds}, {"preferCSSPageSize", false}, {"generateDocumentOutline", true},
+        {"transferMode", "ReturnAsStream"}};
     std::string handle;
     ask("Page.printToPDF", parameters.dump(), deadline, [&](const JSONView& result) { handle = result.text("stream"); });
     return readStream(handle, deadline);
