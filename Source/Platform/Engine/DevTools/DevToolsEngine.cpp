@@ -509,6 +509,10 @@ void DevToolsEngine::checkLife()
     }
     if (!_askedForLife && steady_clock::now() - _connection->lastHeard() > lifeInterval)
         askForLife();
+    // Now and then the engine does not tell that a page which is still loading has a title.
+    const FrameTracker::Frame* main = _frames.find(mainFrame());
+    if (main->isLoading && main->document != _titledDocument)
+        askForTitle();
 }
 
 void DevToolsEngine::askForLife()
