@@ -95,6 +95,9 @@ bool standsApart(char16_t unit)
 {
     if (unit < 0x300)
         return true;
+    // Half of a character says nothing of the whole, which may be a mark.
+    if (U16_IS_SURROGATE(unit))
+        return false;
     const int32_t role = u_getIntPropertyValue(unit, UCHAR_GRAPHEME_CLUSTER_BREAK);
     return role == U_GCB_OTHER || role == U_GCB_LV || role == U_GCB_LVT;
 }

@@ -123,6 +123,16 @@ TEST(NSStringCompare, ComparesTheKeysOfWholeTexts)
     }
 }
 
+TEST(NSStringCompare, IgnoresMarksBeyondTheBasicPlane)
+{
+    // The mark is two units long, and stands where the other text ends.
+    const NSString plain = u"1\u1100\u1161\u11A8\uEFB3";
+    const NSString marked = u"1\u1100\u1161\u11A8\uEFB3\U00011C3B\u0301";
+    EXPECT_EQ(marked.compare(plain, NSDiacriticInsensitiveSearch), NSOrderedSame);
+    EXPECT_EQ(plain.compare(marked, NSDiacriticInsensitiveSearch), NSOrderedSame);
+    EXPECT_EQ(plain.compare(marked, 0), NSOrderedAscending);
+}
+
 TEST(NSStringCompare, IgnoresTheCaseOfEveryLetter)
 {
     for (uint32_t unit = 1; unit < 0x10000; ++unit) {
