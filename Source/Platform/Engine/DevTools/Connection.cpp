@@ -65,6 +65,15 @@ void Connection::send(const std::string& session, std::string_view method, std::
     _outgoing += parameters;
     _outgoing += '}';
     _outgoing += '\0';
+    if (!_isCollecting)
+        flushCommands();
+}
+
+void Connection::sendTogether(const std::function<void()>& sends)
+{
+    _isCollecting = true;
+    sends();
+    _isCollecting = false;
     flushCommands();
 }
 

@@ -50,6 +50,9 @@ public:
     // next pass of the run loop.
     void send(const std::string& session, std::string_view method, std::string_view parameters, ReplyHandler onReply = {});
 
+    // What `sends` sends goes to the engine in one piece, so that hardly anything else is done between these commands.
+    void sendTogether(const std::function<void()>& sends);
+
     // Reads and delivers replies and urgent events, and nothing else, until `isDone` or `deadline`; events wait for the
     // next run of the run loop, in their order. For questions that must be answered before their caller goes on.
     // Returns whether it is done.
@@ -71,6 +74,7 @@ private:
     int _commandDescriptor;
     int _messageDescriptor;
     bool _isOpen = true;
+    bool _isCollecting = false;
     NSString _closeReason;
     std::string _incoming;               // bytes of a message that is not whole yet
     std::string _outgoing;               // bytes that the pipe did not take yet

@@ -189,6 +189,9 @@ void DevToolsEngine::handle(const Message& event)
             forgetBlankPage();
             askForTitle();
         }
+        if (method == "Page.frameNavigated" && content.object("frame").text("parentId").empty()
+            && event.session() == _link.pageSession)
+            _gate.freePage();
         _interruptions.handle(event);
         _frames.handle(event);
     }

@@ -12,6 +12,8 @@ namespace {
 
 using nlohmann::json;
 
+constexpr std::string_view noPatterns = R"({"patterns":[]})";
+
 std::string dump(const json& value)
 {
     return value.dump(-1, ' ', false, json::error_handler_t::replace);
@@ -45,6 +47,22 @@ void RequestGate::setRequestsOffered(bool offered)
 {
     _offersRequests = offered;
     enable();
+    // The way of a page's requests is looked at anew when patterns are set for its session, be they none.
+    if (offered && !_link.pageSession.empty())
+        _link.send(_link.pageSession, "Fetch.enable", noPatterns);
+}
+
+// The engine leads every request of a page through its main process when any request is to be held while the way of the page's
+// requests is laid, which half doubles the cost of a page of many resources. So the way is laid anew while none is to be held.
+void RequestGate::freePage()
+{
+    if (_offersRequests || !_link.connection)
+        return;
+    _link.connection->sendTogether([this] {
+        _link.send({}, "Fetch.enable", noPatterns);
+        _link.send(_link.pageSession, "Fetch.enable", noPatterns);
+        enable();
+    });
 }
 
 void RequestGate::open(const std::string& session)

@@ -21,6 +21,9 @@ public:
     // See PageEngine::setRequestsOffered.
     void setRequestsOffered(bool offered);
     [[nodiscard]] bool areRequestsOffered() const { return _offersRequests; }
+    // The page is shown: what it loads from now on, but documents, goes to the network without stopping here (unless requests
+    // are offered).
+    void freePage();
     // Lets requests of the target pass. Until the engine has confirmed that it reports what the target does, documents wait: a
     // page that is shown earlier is not reported whole.
     void open(const std::string& session);
