@@ -115,7 +115,7 @@ void ArchiveLoader::progressFinished(const NSNotification& notification)
     if (!trustFinishedNotification())
         return;
     logFile(sourceFile, __LINE__, __func__, u"Received finished notification but not done loading so setting timeout date: %@",
-        _timeoutDate);
+        _timeoutDate.date());
 }
 
 NSString ArchiveLoader::pageTitle() const

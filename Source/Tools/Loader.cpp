@@ -76,7 +76,7 @@ void Loader::waitUntilDone()
         logObjectsLoading();
         // The early ends. Deliberate: they leave the pass's pool to the one around it.
         const bool hasAllThatIsWanted = _justTitle && hasPageTitle();
-        const bool isTimedOut = !hasAllThatIsWanted && _timeoutDate && NSDate::date() > _timeoutDate;
+        const bool isTimedOut = !hasAllThatIsWanted && _timeoutDate.hasPassed();
         if (isTimedOut)
             logFile(sourceFile, __LINE__, __func__, u"Timing out");
         if (hasAllThatIsWanted || isTimedOut) {
@@ -89,11 +89,10 @@ void Loader::waitUntilDone()
         NSRunLoop::currentRunLoop().runUntilDate(NSDate::dateWithTimeIntervalSinceNow(slice));
         // The grace period begins with the first pass that ends with nothing loading. Once over, it stays over.
         if (_objectsLoading.count() == 0) {
-            logFile(sourceFile, __LINE__, __func__, u"Extra wait in loop for WebView to finish loading: %@", _finishDate);
+            logFile(sourceFile, __LINE__, __func__, u"Extra wait in loop for WebView to finish loading: %@", _finishDate.date());
             if (!_finishDate)
                 extendFinishDate(static_cast<double>(webToolExtraLoadingTime()));
-            // A period of 0 is over in the same tick of the clock.
-            if (NSDate::date() >= _finishDate)
+            if (_finishDate.hasPassed())
                 isGracePeriodOver = true;
         }
         // Done, or another pass.
@@ -125,7 +124,7 @@ void Loader::logObjectsLoading() const
 
 void Loader::extendFinishDate(double seconds)
 {
-    _finishDate = NSDate::dateWithTimeIntervalSinceNow(seconds);
+    _finishDate = Deadline::after(seconds);
 }
 
 void Loader::progressFinished(const NSNotification&)
@@ -137,7 +136,7 @@ bool Loader::trustFinishedNotification()
 {
     if (!qvrBoolForKey(u"WebToolTrustFinishedNotification", HostDomain, true))
         return false;
-    _timeoutDate = NSDate::dateWithTimeIntervalSinceNow(timeAfterFinishReport);
+    _timeoutDate = Deadline::after(timeAfterFinishReport);
     return true;
 }
 

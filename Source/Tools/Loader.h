@@ -1,13 +1,13 @@
 #pragma once
 
 #include "Platform/Engine/PageEngineFactory.h"
-#include "Platform/Foundation/NSDate.h"
 #include "Platform/Foundation/NSError.h"
 #include "Platform/Foundation/NSNotificationCenter.h"
 #include "Platform/Foundation/Value.h"
 #include "Platform/Print/NSPrintInfo.h"
 #include "Platform/Web/WebView.h"
 #include "QVRLogger.h"
+#include "Tools/Deadline.h"
 
 #include <functional>
 #include <memory>
@@ -101,10 +101,10 @@ protected:
     NSMutableArray _objectsLoading = NSMutableArray(std::vector<Value>());   // the text "rootPage" and frames
     NSError _error;
     std::unique_ptr<WebView> _view;
-    NSDate _timeoutDate;   // absent: none
+    Deadline _timeoutDate;   // absent: none
     bool _justTitle = false;
     bool _receivedTitle = false;
-    NSDate _finishDate;   // end of the grace period; absent: it has not begun
+    Deadline _finishDate;   // end of the grace period; absent: it has not begun
 
 private:
     void logObjectsLoading() const;

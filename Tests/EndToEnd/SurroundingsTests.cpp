@@ -1,5 +1,8 @@
 #include "EndToEnd/CaptureTest.h"
 
+#include <filesystem>
+#include <fstream>
+
 using namespace support;
 
 namespace {
@@ -56,6 +59,33 @@ TEST_F(Surroundings, WithFewDescriptorsOrLittleMemoryGiveARecordAllTheSame)
     for (const char* limit : {"-n 6", "-n 7", "-n 8", "-n 12", "-n 20", "-n 40", "-v 400000", "-f 0"}) {
         SCOPED_TRACE(limit);
         expectPageOrError(captureUnder(limit));
+    }
+}
+
+TEST_F(Surroundings, WhoseClockIsSetMeanwhileMakeNoWaitShorterOrLonger)
+{
+    // The clock is set while the grace period runs; before its end the page asks for an image.
+    settings["WebToolExtraLoadingTime"] = int64_t(2);
+    settings["WebToolMaxCaptureTime"] = int64_t(30);
+    server.on("/waiting.html",
+        html("<!DOCTYPE html><title>t</title><script>setTimeout(() => fetch('now'), 300);"
+             "setTimeout(() => document.body.append(Object.assign(new Image, {src: 'late.png'})), 900)</script><p>text"));
+    server.on("/late.png", typed("image/png", pngImage(1, 2, 3)));
+    environment["LD_PRELOAD"] = JUMPING_CLOCK;
+    environment["ASAN_OPTIONS"] = "verify_asan_link_order=0";
+    for (const char* seconds : {"86400", "-86400"}) {
+        SCOPED_TRACE(seconds);
+        const std::string file = folder.pathOf("jump" + std::string(seconds));
+        environment["JUMPING_CLOCK_FILE"] = file;
+        environment["JUMPING_CLOCK_SECONDS"] = seconds;
+        server.on("/now", [&](const Request&) {
+            std::ofstream(file).put('1');
+            return typed("text/plain", "now");
+        });
+        const Captured captured = capture(url("/waiting.html"));
+        expectArchive(captured);
+        EXPECT_TRUE(std::filesystem::exists(file));
+        EXPECT_TRUE(captured.archive->resource(url("/late.png")));
     }
 }
 

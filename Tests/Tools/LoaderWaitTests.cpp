@@ -72,7 +72,7 @@ TEST_F(Wait, HasItsGracePeriodFromTheFirstPassThatHasNothingLoading)
     setSettings("<key>WebToolExtraLoadingTime</key><integer>1</integer>");
     std::vector<double> finishDates;
     loader().onPass = [&](size_t pass) {
-        finishDates.push_back(loader()._finishDate.timeIntervalSinceReferenceDate());
+        finishDates.push_back(loader()._finishDate.date().timeIntervalSinceReferenceDate());
         if (pass == 2)
             engine->finish(Engine::main);
         if (pass == 4) {
@@ -193,7 +193,7 @@ TEST_F(Wait, GivesUpAtTheTimeOutDateWithoutASlice)
 {
     const NSError error(NSURLErrorDomain, NSURLErrorCannotFindHost);
     loader()._error = error;
-    loader()._timeoutDate = NSDate::dateWithTimeIntervalSinceNow(-0.001);
+    loader()._timeoutDate = Deadline::after(-0.001);
     loader().startLoading();
     loader().waitUntilDone();
     EXPECT_EQ(passes(), 0U);
@@ -204,7 +204,7 @@ TEST_F(Wait, GivesUpAtTheTimeOutDateWithoutASlice)
 
 TEST_F(Wait, GoesOnUntilTheTimeOutDate)
 {
-    loader()._timeoutDate = NSDate::dateWithTimeIntervalSinceNow(0.3);
+    loader()._timeoutDate = Deadline::after(0.3);
     loader().startLoading();
     loader().waitUntilDone();
     EXPECT_EQ(passes(), 2U);
@@ -214,7 +214,7 @@ TEST_F(Wait, GoesOnUntilTheTimeOutDate)
 TEST_F(Wait, ClearsTheGracePeriodsDateAlsoWhenItGivesUp)
 {
     loader().extendFinishDate(60);
-    loader()._timeoutDate = NSDate::dateWithTimeIntervalSinceNow(-1);
+    loader()._timeoutDate = Deadline::after(-1);
     loader().waitUntilDone();
     EXPECT_FALSE(loader()._finishDate);
 }
@@ -226,7 +226,7 @@ TEST_F(Wait, ForATitleThatIsThereDoesNotTimeOut)
     static_cast<void>(mainFrame());
     engine->openPage(Engine::main, u"http://h/", u"<p>");
     engine->title(Engine::main, u"T");
-    loader()._timeoutDate = NSDate::dateWithTimeIntervalSinceNow(-1);
+    loader()._timeoutDate = Deadline::after(-1);
     loader().waitUntilDone();
     EXPECT_EQ(passes(), 0U);
     EXPECT_TRUE(messagesThatBegin("Timing out").empty());
@@ -345,7 +345,7 @@ TEST_F(Wait, LeavesThePoolOfItsLastPassOpenWhenItEndsEarly)
         static_cast<void>(mainFrame());
         engine->openPage(Engine::main, u"http://h/", u"<p>");
         engine->title(Engine::main, u"T");
-        loader()._timeoutDate = NSDate::dateWithTimeIntervalSinceNow(-1);
+        loader()._timeoutDate = Deadline::after(-1);
         std::weak_ptr<const int> kept;
         onLog = [&](const std::string& message) {
             if (!message.starts_with("Loading"))

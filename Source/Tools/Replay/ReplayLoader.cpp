@@ -1,6 +1,5 @@
 #include "Tools/Replay/ReplayLoader.h"
 
-#include "Platform/Foundation/NSDate.h"
 #include "Platform/Print/NSPrintInfo.h"
 #include "Platform/Web/WebFrameView.h"
 #include "QVRSettings.h"
@@ -24,7 +23,7 @@ void ReplayLoader::showArchive(const WebArchive& archive)
     preferences.setJavaScriptEnabled(qvrBoolForKey(u"EnableJavaScriptForWebTool", HostDomain, true));
     preferences.setJavaEnabled(false);
     preferences.setPlugInsEnabled(shouldEnablePlugIns());
-    _timeoutDate = NSDate::dateWithTimeIntervalSinceNow(longestWait);
+    _timeoutDate = Deadline::after(longestWait);
     startLoading();
     _view->mainFrame()->loadArchive(archive);
     waitUntilDone();
