@@ -86,7 +86,7 @@ coverage: ## Run every test and show which lines they reach
 
 .PHONY: fuzz
 fuzz: ## Run each fuzz target for FUZZ_SECONDS (300)
-	@$(BOOTSTRAP) build fuzz
+	@$(BOOTSTRAP) build test fuzz
 	@$(call configure,fuzz)
 	@$(call build,fuzz)
 	@Scripts/fuzz build/fuzz $(FUZZ_SECONDS)
