@@ -47,6 +47,9 @@ ProcessOptions CaptureTest::processOptions(std::vector<std::string> arguments) c
         {"XDG_CONFIG_DIRS", folder.pathOf("config-of-the-system")}, {"XDG_RUNTIME_DIR", folder.pathOf("runtime")},
         {"QVRIsInXcode", "1"},   // keeps test runs out of the journal
     };
+    // What a sanitized build needs.
+    if (const char* sanitizer = getenv("ASAN_OPTIONS"))
+        options.environment["ASAN_OPTIONS"] = sanitizer;
     for (const auto& [name, value] : environment) {
         if (value)
             options.environment[name] = *value;

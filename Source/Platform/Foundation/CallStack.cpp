@@ -47,10 +47,11 @@ static Frame frameAt(const void* address)
 {
     std::array<void*, maximumDepth> addresses;
     const auto count = static_cast<size_t>(backtrace(addresses.data(), maximumDepth));
-    // The innermost frame is this function's own.
-    const size_t first = std::min(skippedFrames + 1, count);
+    const auto end = addresses.begin() + count;
+    // Before the caller comes this function's own frame and, where a sanitizer stands in for backtrace(), that one's.
+    const auto caller = std::find(addresses.begin(), end, __builtin_return_address(0));
     CallStack stack;
-    stack._returnAddresses.assign(addresses.begin() + first, addresses.begin() + count);
+    stack._returnAddresses.assign(caller + std::min<std::ptrdiff_t>(skippedFrames, end - caller), end);
     return stack;
 }
 

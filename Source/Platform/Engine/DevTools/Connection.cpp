@@ -136,7 +136,7 @@ void Connection::splitMessages(size_t searchFrom)
         const size_t length = static_cast<size_t>(static_cast<const char*>(end) - _incoming.data()) - start;
         const std::string_view text = std::string_view(_incoming).substr(start, length);
         const std::string_view method = methodOfUnparsedMessage(text);
-        if (method.empty() || !_isIgnored || !_isIgnored(method)) {
+        if (length > 0 && (method.empty() || !_isIgnored || !_isIgnored(method))) {
             if (start == 0 && length + 1 == _incoming.size() && length > readSize) {
                 _incoming.pop_back();
                 _unparsed.push_back(std::move(_incoming));
