@@ -8,8 +8,10 @@
 #include "Support/SettingsFolder.h"
 #include "Tools/ArchiveLoader.h"
 
+#include <algorithm>
 #include <array>
 #include <cmath>
+#include <filesystem>
 #include <fstream>
 #include <memory>
 
@@ -37,11 +39,17 @@ std::string preferencesFile(std::string_view input)
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size)
 {
     static const support::TemporaryFolder folder;
-    QVRLogger::setSharedLogger(std::make_shared<QVRLogger>(NSDictionary::dictionary(), nullptr));
+    static const bool isQuiet = [] {
+        QVRLogger::setSharedLogger(std::make_shared<QVRLogger>(NSDictionary::dictionary(), nullptr));
+        return true;
+    }();
+    (void)isQuiet;
     static ArchiveLoader loader([](const PageEngineOptions&) { return std::make_unique<support::ScriptedEngine>(); });
 
-    std::ofstream(folder.pathOf("com.brackenlow.Tarnwick.plist"), std::ios::binary)
-        << preferencesFile({reinterpret_cast<const char*>(bytes), size});
+    // A new file each time: overwriting one waits for the disk.
+    const std::string path = folder.pathOf("com.brackenlow.Tarnwick.plist");
+    std::filesystem::remove(path);
+    std::ofstream(path, std::ios::binary) << preferencesFile({reinterpret_cast<const char*>(bytes), size});
     PreferencesStore::setSharedStore(std::make_shared<PreferencesStore>(std::vector<std::string>{folder.path().string()}));
     for (const char16_t* key : keys) {
         (void)qvrBoolForKey(key, HostDomain, true);
