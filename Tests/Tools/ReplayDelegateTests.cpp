@@ -109,6 +109,13 @@ TEST_F(OnlineReplayCounts, TellWhatTheNetworkAnswered)
     EXPECT_NE(replaySummary(delegate, true).rangeOfString(u"     1  answered by the network\n").location, NSNotFound);
 }
 
+TEST_F(OnlineReplayCounts, TakeRequestsWithoutFurtherNewsForAnswered)
+{
+    for (const char16_t* url : {u"http://h/b.png", u"http://h/gone"})
+        (void)delegate.webViewResourceWillSendRequest(view, {}, NSURLRequest::requestWithURL(NSURL::URLWithString(url)), {}, {});
+    EXPECT_EQ(counts(), (Counts{1, 0, 1, 0}));
+}
+
 class PlainReplayCounts : public ReplayCounts {
 protected:
     PlainReplayCounts() : ReplayCounts(true, false) { }

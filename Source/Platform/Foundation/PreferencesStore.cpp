@@ -1,5 +1,6 @@
 #include "Platform/Foundation/PreferencesStore.h"
 
+#include "Platform/Foundation/FileDescriptor.h"
 #include "Platform/Foundation/NSLog.h"
 #include "Platform/Foundation/NSPropertyListSerialization.h"
 
@@ -13,25 +14,6 @@
 #include <unistd.h>
 
 namespace {
-
-class OpenFile {
-public:
-    // Never waits for a pipe's other end or a device.
-    explicit OpenFile(const std::string& path) : _descriptor(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC))
-    {
-    }
-    OpenFile(const OpenFile&) = delete;
-    OpenFile& operator=(const OpenFile&) = delete;
-    ~OpenFile()
-    {
-        if (_descriptor >= 0)
-            ::close(_descriptor);
-    }
-    [[nodiscard]] int descriptor() const { return _descriptor; }
-
-private:
-    int _descriptor;
-};
 
 // A settings file's entries, or why there are none.
 struct FileContents {
@@ -61,11 +43,12 @@ FileContents readFile(const std::string& path)
     // Who may make links where settings are looked for must not choose what is read.
     if (isLink && !isTrusted(entry.st_uid))
         return unusable(u"it is a link that belongs to another user");
-    const OpenFile file(path);
-    if (file.descriptor() < 0)
+    // Never waits for a pipe's other end or a device.
+    const FileDescriptor file(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+    if (!file)
         return errno == ENOENT || errno == ENOTDIR ? FileContents{} : unusable(errno);
     struct stat status = {};
-    if (::fstat(file.descriptor(), &status) != 0)
+    if (::fstat(file.get(), &status) != 0)
         return unusable(errno);
     if (!S_ISREG(status.st_mode))
         return unusable(u"it is not a regular file");
@@ -80,7 +63,7 @@ FileContents readFile(const std::string& path)
     bytes.resize(static_cast<size_t>(status.st_size) + 1);
     size_t length = 0;
     while (true) {
-        const ssize_t count = ::read(file.descriptor(), bytes.data() + length, bytes.size() - length);
+        const ssize_t count = ::read(file.get(), bytes.data() + length, bytes.size() - length);
         if (count < 0 && errno == EINTR)
             continue;
         if (count < 0)

@@ -18,7 +18,7 @@ bool isSameResource(const NSURL& a, const NSURL& b)
 }
 
 ReplayDelegate::ReplayDelegate(const WebArchive& archive, bool isOffline, bool isWorkaroundEnabled)
-    : _isWorkaroundEnabled(isWorkaroundEnabled)
+    : _isWorkaroundEnabled(isWorkaroundEnabled), _mayUseNetwork(!isOffline)
 {
     setOffline(isOffline);
     setWorkaroundEnabled(isWorkaroundEnabled);
@@ -41,9 +41,10 @@ NSURLRequest ReplayDelegate::webViewResourceWillSendRequest(WebView& view, const
         Load& load = _loads[identifier ? identifier.integerValue() : ++_lastIdentifier];
         load.url = request.URL();
         load.found = found;
-        // What works beside the page, such as a worker that pages share, has no further news.
+        // What works beside the page, such as a worker that pages share, has no further news: what may be answered counts as
+        // answered.
         if (!identifier)
-            count(load, found != Found::Nothing);
+            count(load, found != Found::Nothing || _mayUseNetwork);
     }
     return QVRWebArchiveWebResourceLoadDelegate::webViewResourceWillSendRequest(
         view, identifier, request, redirectResponse, dataSource);

@@ -43,6 +43,7 @@ private:
     std::unordered_map<int64_t, Load> _loads;   // by identifier
     int64_t _lastIdentifier = 0;
     bool _isWorkaroundEnabled;
+    const bool _mayUseNetwork;
     size_t _byAddress = 0;
     size_t _byFileName = 0;
     size_t _byNetwork = 0;
