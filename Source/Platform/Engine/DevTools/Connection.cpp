@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstring>
 #include <map>
 #include <poll.h>
 #include <unistd.h>
@@ -130,10 +129,10 @@ void Connection::splitMessages(size_t searchFrom)
 {
     size_t start = 0;
     for (;;) {
-        const void* end = std::memchr(_incoming.data() + searchFrom, '\0', _incoming.size() - searchFrom);
-        if (!end)
+        const size_t end = _incoming.find('\0', searchFrom);
+        if (end == std::string::npos)
             break;
-        const size_t length = static_cast<size_t>(static_cast<const char*>(end) - _incoming.data()) - start;
+        const size_t length = end - start;
         const std::string_view text = std::string_view(_incoming).substr(start, length);
         const std::string_view method = methodOfUnparsedMessage(text);
         if (length > 0 && (method.empty() || !_isIgnored || !_isIgnored(method))) {
