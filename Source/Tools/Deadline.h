@@ -12,7 +12,7 @@ class Deadline {
 public:
     Deadline() = default;
     // So many seconds from now; it has passed already when that is negative.
-    [[nodiscard]] static Deadline after(double seconds) { return Deadline(std::min(seconds, longestWait)); }
+    [[nodiscard]] static Deadline after(double seconds) { return Deadline(std::clamp(seconds, -longest, longest)); }
 
     explicit operator bool() const { return _end.has_value(); }
     [[nodiscard]] bool hasPassed() const { return _end && std::chrono::steady_clock::now() >= *_end; }
@@ -21,7 +21,7 @@ public:
 
 private:
     // A lifetime; far less than the clock's type can hold.
-    static constexpr double longestWait = 1e9;
+    static constexpr double longest = 1e9;
 
     explicit Deadline(double seconds)
         : _date(NSDate::dateWithTimeIntervalSinceNow(seconds)),

@@ -92,6 +92,17 @@ TEST_F(Wait, HasItsGracePeriodFromTheFirstPassThatHasNothingLoading)
     EXPECT_FALSE(loader()._finishDate) << "the next attempt has a grace period of its own";
 }
 
+TEST_F(Wait, HasNoGracePeriodWhereTheSettingIsBelowZero)
+{
+    for (const char* seconds : {"-1", "-9223372036854775808"}) {
+        SCOPED_TRACE(seconds);
+        forgetLoader();
+        setSettings("<key>WebToolExtraLoadingTime</key><integer>" + std::string(seconds) + "</integer>");
+        loadAndWait(showPage);
+        EXPECT_EQ(passes(), 1U);
+    }
+}
+
 TEST_F(Wait, OutlastsTheGracePeriodWhenAFrameIsLoadingAtItsEnd)
 {
     loader().onPass = [&](size_t pass) {
