@@ -6,7 +6,6 @@
 #include "Platform/Engine/DevTools/EngineIsolation.h"
 #include "Platform/Engine/DevTools/EngineProcess.h"
 #include "Platform/Engine/EngineLocation.h"
-#include "Platform/Foundation/NSRunLoop.h"
 #include "Tools/EndRequests.h"
 
 #include <benchmark/benchmark.h>
@@ -36,7 +35,7 @@ double secondsUsed()
     return secondsUsedBy(RUSAGE_SELF) + secondsUsedBy(RUSAGE_CHILDREN);
 }
 
-const char* const emptyProgram = "/bin/true";
+char emptyProgram[] = "/bin/true";
 
 }
 
@@ -44,8 +43,7 @@ static void ProcessWithoutGuard(benchmark::State& state)
 {
     for (auto _ : state) {
         const double before = secondsUsed();
-        char program[] = "/bin/true";
-        char* arguments[] = {program, nullptr};
+        char* arguments[] = {emptyProgram, nullptr};
         pid_t process = 0;
         if (posix_spawn(&process, emptyProgram, nullptr, nullptr, arguments, environ) != 0
             || waitpid(process, nullptr, 0) != process)

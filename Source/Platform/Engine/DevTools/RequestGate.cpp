@@ -47,13 +47,11 @@ void RequestGate::setRequestsOffered(bool offered)
 {
     _offersRequests = offered;
     enable();
-    // The way of a page's requests is looked at anew when patterns are set for its session, be they none.
-    if (offered && !_link.pageSession.empty())
-        _link.send(_link.pageSession, "Fetch.enable", noPatterns);
 }
 
 // The engine leads every request of a page through its main process when any request is to be held while the way of the page's
-// requests is laid, which half doubles the cost of a page of many resources. So the way is laid anew while none is to be held.
+// requests is laid. With many resources that takes half as much again. So the way is laid anew, which the session's patterns do, be
+// they none, while none is to be held.
 void RequestGate::freePage()
 {
     if (_offersRequests || !_link.connection)
