@@ -10,7 +10,7 @@ namespace {
 // What happens to the engine.
 enum class Fault { EngineKilled, EngineHangs, PageKilled };
 // And when.
-enum class Moment { WaitingForThePage, LoadingAPicture, InTheGracePeriod, WhileSaving };
+enum class Moment { WaitingForThePage, LoadingAPicture, InTheGracePeriod, AskingABusyPage, WhileSaving };
 
 struct Cell {
     Fault fault;
@@ -20,7 +20,8 @@ struct Cell {
 std::string nameOf(const testing::TestParamInfo<Cell>& info)
 {
     static constexpr const char* faults[] = {"EngineKilled", "EngineHangs", "PageKilled"};
-    static constexpr const char* moments[] = {"WaitingForThePage", "LoadingAPicture", "InTheGracePeriod", "WhileSaving"};
+    static constexpr const char* moments[] = {
+        "WaitingForThePage", "LoadingAPicture", "InTheGracePeriod", "AskingABusyPage", "WhileSaving"};
     return std::string(faults[static_cast<int>(info.param.fault)]) + moments[static_cast<int>(info.param.moment)];
 }
 
@@ -40,6 +41,11 @@ protected:
         std::string markup = "<!DOCTYPE html><title>t</title><p>text";
         if (moment == Moment::LoadingAPicture)
             markup += "<img src=never.png>";
+        // Its script has begun when the grace period is over, and runs until the fault: what the page is asked has no answer.
+        if (moment == Moment::AskingABusyPage) {
+            settings["WebToolExtraLoadingTime"] = int64_t(1);
+            markup += "<script>onload = () => setTimeout(() => { for (;;); })</script>";
+        }
         // Long enough to be read for the fault to meet the reading.
         if (moment == Moment::WhileSaving)
             markup += "<script>for (let i = 0; i < 30; ++i) { const part = document.createElement('p'); part.hidden = true;"
@@ -61,6 +67,7 @@ protected:
         case Moment::InTheGracePeriod:
             EXPECT_TRUE(process->waitForError("Extra wait in loop", 30s));
             break;
+        case Moment::AskingABusyPage:
         case Moment::WhileSaving:
             EXPECT_TRUE(process->waitForError("done loading", 30s));
             break;
@@ -103,7 +110,7 @@ TEST_P(FaultAtMoment, GivesOneRecord)
     EXPECT_EQ(captured.record.url, url("/page.html"));
     EXPECT_EQ(namesIn(outputFolder()), std::vector<std::string>());
     const ArchivedError error = readArchivedError(captured.record.errorData.value_or(""));
-    if (GetParam().moment == Moment::WhileSaving) {
+    if (GetParam().moment == Moment::AskingABusyPage || GetParam().moment == Moment::WhileSaving) {
         EXPECT_TRUE(error.domain == "NSCocoaErrorDomain" || error.domain == "NSURLErrorDomain"
             || error.domain == "com.brackenlow.tarnwick.webtool")
             << error.domain;
@@ -120,8 +127,8 @@ std::vector<Cell> matrix()
 {
     std::vector<Cell> cells;
     for (const Fault fault : {Fault::EngineKilled, Fault::EngineHangs, Fault::PageKilled}) {
-        for (const Moment moment :
-            {Moment::WaitingForThePage, Moment::LoadingAPicture, Moment::InTheGracePeriod, Moment::WhileSaving})
+        for (const Moment moment : {Moment::WaitingForThePage, Moment::LoadingAPicture, Moment::InTheGracePeriod,
+                 Moment::AskingABusyPage, Moment::WhileSaving})
             cells.push_back({fault, moment});
     }
     return cells;

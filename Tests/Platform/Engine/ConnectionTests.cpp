@@ -166,6 +166,37 @@ TEST_F(ConnectionTest, EndsAWaitWhenTheEngineIsGone)
     EXPECT_EQ(news.back(), "closed");
 }
 
+TEST_F(ConnectionTest, RefusesTheCommandsOfASessionThatEnds)
+{
+    connection->setSessionChanges([](const Message& event) -> std::optional<Connection::SessionChange> {
+        if (event.method() == "Gone" || event.method() == "Back")
+            return Connection::SessionChange{event.session(), event.method() == "Gone"};
+        return {};
+    });
+    connection->send("S", "One", "{}", noteReply("one"));
+    connection->send("T", "Two", "{}", noteReply("two"));
+    connection->send("S", "Three", "{}", noteReply("three"));
+    engineSays(R"({"method":"Gone","sessionId":"S"})");
+    EXPECT_TRUE(connection->waitForReplies([&] { return news.size() == 2; }, steady_clock::now() + 30s));
+    EXPECT_EQ(news, (News{"one refused", "three refused"})) << "and the event itself waits";
+    news.clear();
+
+    connection->send("S", "Four", "{}", noteReply("four"));
+    EXPECT_EQ(news, News()) << "a refusal is news like any other and waits";
+    EXPECT_TRUE(connection->waitForReplies([&] { return !news.empty(); }, steady_clock::now() + 30s));
+    EXPECT_EQ(news, News{"four refused"});
+    news.clear();
+
+    engineSays(R"({"method":"Back","sessionId":"S"})");
+    engineSays(R"({"id":2,"result":{}})");
+    runLoop();
+    EXPECT_EQ(news, (News{"Gone", "Back", "two answered"}));
+    connection->send("S", "Five", "{}", noteReply("five"));
+    engineSays(R"({"id":5,"result":{}})");
+    runLoop();
+    EXPECT_EQ(news.back(), "five answered");
+}
+
 TEST_F(ConnectionTest, LetsAHandlerRunTheLoopWithoutTellingAnythingTwice)
 {
     connection->setEventHandler([this](const Message& event) {

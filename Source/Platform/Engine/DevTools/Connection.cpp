@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <map>
 #include <poll.h>
 #include <unistd.h>
 
@@ -15,6 +14,7 @@ constexpr size_t readSize = 1 << 20;
 // rather than memory filled.
 constexpr size_t largestMessage = size_t(1) << 30;
 constexpr std::chrono::milliseconds silence{500};
+constexpr std::string_view sessionHasEnded = "What was asked is gone.";
 
 }
 
@@ -42,15 +42,15 @@ void Connection::send(const std::string& session, std::string_view method, std::
 {
     const int64_t commandID = ++_lastCommandID;
     if (!_isOpen) {
-        if (onReply) {
-            NSRunLoop::currentRunLoop().performBlock([onReply = std::move(onReply)] {
-                onReply({{}, "The connection to the engine is closed."});
-            });
-        }
+        refuse(std::move(onReply), "The connection to the engine is closed.");
+        return;
+    }
+    if (onReply && _endedSessions.contains(session)) {
+        refuse(std::move(onReply), sessionHasEnded);
         return;
     }
     if (onReply)
-        _pending.emplace(commandID, std::move(onReply));
+        _pending.emplace(commandID, PendingCommand{session, std::move(onReply)});
 
     _outgoing += "{\"id\":";
     _outgoing += std::to_string(commandID);
@@ -166,6 +166,7 @@ void Connection::deliverPending()
             const std::optional<Message> message = Message::parse(std::move(text));
             if (!message)
                 continue;
+            watchSessions(*message);
             if (!message->isEvent())
                 deliverReply(*message);
             else if (_eventHandler)
@@ -189,7 +190,49 @@ void Connection::deliverReply(const Message& message)
 {
     auto entry = _pending.extract(message.commandID());
     if (!entry.empty())
-        entry.mapped()({message.content(), message.refusal()});
+        entry.mapped().onReply({message.content(), message.refusal()});
+}
+
+void Connection::refuse(ReplyHandler onReply, std::string_view reason)
+{
+    if (!onReply)
+        return;
+    _refused.push_back({std::move(onReply), std::string(reason)});
+    NSRunLoop::currentRunLoop().performBlock([this, alive = _alive] {
+        if (*alive)
+            deliverRefusals();
+    });
+}
+
+void Connection::deliverRefusals()
+{
+    const std::shared_ptr<bool> alive = _alive;
+    while (*alive && !_refused.empty()) {
+        const RefusedCommand command = std::move(_refused.front());
+        _refused.pop_front();
+        command.onReply({{}, command.reason});
+    }
+}
+
+void Connection::watchSessions(const Message& message)
+{
+    const std::optional<SessionChange> change =
+        message.isEvent() && _sessionChangeOf ? _sessionChangeOf(message) : std::optional<SessionChange>();
+    if (!change)
+        return;
+    if (!change->isEnd) {
+        _endedSessions.erase(change->session);
+        return;
+    }
+    _endedSessions.insert(change->session);
+    for (auto command = _pending.begin(); command != _pending.end();) {
+        if (command->second.session == change->session) {
+            refuse(std::move(command->second.onReply), sessionHasEnded);
+            command = _pending.erase(command);
+        } else {
+            ++command;
+        }
+    }
 }
 
 bool Connection::waitForReplies(const std::function<bool()>& isDone, std::chrono::steady_clock::time_point deadline)
@@ -201,6 +244,8 @@ bool Connection::waitForReplies(const std::function<bool()>& isDone, std::chrono
             std::string text = std::move(_unparsed.front());
             _unparsed.pop_front();
             std::optional<Message> message = Message::parse(std::move(text));
+            if (message)
+                watchSessions(*message);
             if (message && message->isEvent() && _isUrgent && _isUrgent(message->method()) && _eventHandler)
                 _eventHandler(*message);
             else if (message && message->isEvent())
@@ -208,10 +253,11 @@ bool Connection::waitForReplies(const std::function<bool()>& isDone, std::chrono
             else if (message)
                 deliverReply(*message);
         }
-        const bool done = isDone();
-        const auto now = std::chrono::steady_clock::now();
         if (!_isOpen)
             abandonCommands();
+        deliverRefusals();
+        const bool done = isDone();
+        const auto now = std::chrono::steady_clock::now();
         bool isGivenUp = false;
         if (!done && _silenceHandler && now - std::max(_lastHeard, lastAsked) >= silence) {
             lastAsked = now;
@@ -250,12 +296,11 @@ void Connection::close(NSString reason)
 // Answers, in their order, the commands that no reply will come for.
 void Connection::abandonCommands()
 {
-    std::map<int64_t, ReplyHandler> abandoned(std::make_move_iterator(_pending.begin()), std::make_move_iterator(_pending.end()));
-    _pending.clear();
+    std::map<int64_t, PendingCommand> abandoned = std::exchange(_pending, {});
     const std::shared_ptr<bool> alive = _alive;
-    for (auto& [commandID, handler] : abandoned) {
+    for (auto& [commandID, command] : abandoned) {
         if (!*alive)
             return;
-        handler({{}, _closeReason.UTF8()});
+        command.onReply({{}, _closeReason.UTF8()});
     }
 }

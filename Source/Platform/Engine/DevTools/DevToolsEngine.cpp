@@ -40,6 +40,19 @@ bool isIgnored(std::string_view method)
     return std::find(ignored.begin(), ignored.end(), method) != ignored.end();
 }
 
+// A frame that goes takes its session along. In the session of a process that crashed nothing is answered either, unless
+// something else is loaded there.
+std::optional<Connection::SessionChange> sessionChangeOf(const Message& event)
+{
+    if (event.method() == "Target.detachedFromTarget")
+        return Connection::SessionChange{std::string(event.content().text("sessionId")), true};
+    if (event.method() == "Inspector.targetCrashed")
+        return Connection::SessionChange{event.session(), true};
+    if (event.method() == "Inspector.targetReloadedAfterCrash")
+        return Connection::SessionChange{event.session(), false};
+    return {};
+}
+
 // What loads fail with when the engine, or its part that shows the page, is gone.
 NSError engineEnded(const NSString& reason)
 {
@@ -134,6 +147,7 @@ void DevToolsEngine::start()
     _connection->setIgnoredEvents(isIgnored);
     _connection->setUrgentEvents([](std::string_view method) { return method == "Page.javascriptDialogOpening"; });
     _connection->setEventHandler([this](const Message& event) { handle(event); });
+    _connection->setSessionChanges(sessionChangeOf);
     _connection->setSilenceHandler([this] { return stillHopes(); });
     _connection->setClosedHandler([this](const NSString& reason) { connectionClosed(reason); });
     _interruptions.refuseForGood();

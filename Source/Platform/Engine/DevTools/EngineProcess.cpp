@@ -210,7 +210,8 @@ std::chrono::milliseconds EngineProcess::processorTime() const
         std::ifstream arguments(entry->path() / "cmdline");
         std::string line;
         std::getline(arguments, line);
-        if (line.find(std::string("\0--type=", 8)) == std::string::npos)
+        // The arguments are apart by zero bytes, or by spaces in processes that wrote their own title.
+        if (line.find("--type=") == std::string::npos)
             ticks += std::atoll(values[11].c_str()) + std::atoll(values[12].c_str());
     }
     return std::chrono::milliseconds(ticks * 1000 / sysconf(_SC_CLK_TCK));
