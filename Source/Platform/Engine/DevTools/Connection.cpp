@@ -9,7 +9,7 @@
 
 namespace {
 
-constexpr size_t readSize = 1 << 20;
+constexpr size_t readSize = 1 << 18;
 // No message of a page that a person could look at comes near this; beyond it the engine is taken for mad
 // rather than memory filled.
 constexpr size_t largestMessage = size_t(1) << 30;
@@ -21,6 +21,7 @@ constexpr std::string_view sessionHasEnded = "What was asked is gone.";
 Connection::Connection(int commandDescriptor, int messageDescriptor)
     : _commandDescriptor(commandDescriptor),
       _messageDescriptor(messageDescriptor),
+      _readBuffer(std::make_unique_for_overwrite<char[]>(readSize)),
       _readable(messageDescriptor, FileReadiness::Readable,
           [this] {
               const std::shared_ptr<bool> alive = _alive;
@@ -102,15 +103,12 @@ void Connection::flushCommands()
 void Connection::readAvailable()
 {
     while (_isOpen) {
-        const size_t had = _incoming.size();
-        // Growing by doubling keeps a message of 100 MB from being copied for every piece of it.
-        if (_incoming.capacity() < had + readSize)
-            _incoming.reserve(std::max(had + readSize + 64, 2 * had));
-        _incoming.resize(had + readSize);
-        const ssize_t count = read(_messageDescriptor, _incoming.data() + had, readSize);
-        _incoming.resize(had + (count > 0 ? static_cast<size_t>(count) : 0));
+        // Not read in place: making room in a string fills it, and most readings are a few hundred bytes.
+        const ssize_t count = read(_messageDescriptor, _readBuffer.get(), readSize);
         if (count > 0) {
             _lastHeard = std::chrono::steady_clock::now();
+            const size_t had = _incoming.size();
+            _incoming.append(_readBuffer.get(), static_cast<size_t>(count));
             splitMessages(had);
             if (_incoming.size() > largestMessage)
                 close(u"The engine sent a message that is too long.");

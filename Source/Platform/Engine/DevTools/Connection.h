@@ -101,6 +101,7 @@ private:
     bool _isOpen = true;
     bool _isCollecting = false;
     NSString _closeReason;
+    std::unique_ptr<char[]> _readBuffer;
     std::string _incoming;                        // bytes of a message that is not whole yet
     std::string _outgoing;                        // bytes that the pipe did not take yet
     std::deque<std::string> _unparsed;            // whole messages in their order

@@ -191,11 +191,8 @@ void DevToolsEngine::handle(const Message& event)
         targetCrashed(_frames.frameOfSession(event.session()));
     } else if (method == "Target.targetInfoChanged") {
         const JSONView target = content.object("targetInfo");
-        const NSString news = target.string("title");
-        if (target.text("targetId") == _link.mainFrameTarget && news != _lastTitleNews) {
-            _lastTitleNews = news;
-            askForTitle();
-        }
+        if (target.text("targetId") == _link.mainFrameTarget)
+            pageChanged(target);
     } else if (event.session() == _link.pageSession || _sessions.contains(event.session())) {
         if (method == "Page.javascriptDialogOpening")
             forgetBlankPage();
@@ -205,9 +202,22 @@ void DevToolsEngine::handle(const Message& event)
         }
         if (method == "Page.frameNavigated" && content.object("frame").text("parentId").empty()
             && event.session() == _link.pageSession)
-            _gate.freePage();
+            _isPageToBeFreed = true;
         _interruptions.handle(event);
         _frames.handle(event);
+    }
+}
+
+void DevToolsEngine::pageChanged(const JSONView& target)
+{
+    // The page's process tells first that a page is shown. Before the main process tells so too, what is set for the page's
+    // requests would be set for the page before.
+    if (std::exchange(_isPageToBeFreed, false))
+        _gate.freePage();
+    const NSString news = target.string("title");
+    if (news != _lastTitleNews) {
+        _lastTitleNews = news;
+        askForTitle();
     }
 }
 

@@ -64,6 +64,7 @@ private:
     void start();
     void startAgain();
     void handle(const Message& event);
+    void pageChanged(const JSONView& target);
     void forgetBlankPage();
     void attached(const JSONView& content);
     void detached(const JSONView& content);
@@ -123,6 +124,7 @@ private:
     NSTimer _lifeTimer;
     std::optional<std::chrono::steady_clock::time_point> _askedForLife;
     std::chrono::milliseconds _workSeen{-1};   // the engine's processor time when it was last looked at
+    bool _isPageToBeFreed = false;             // it is shown, but the main process has not told of it
     bool _hasBlankHistory = true;              // the engine's first page is still one to go back to
     bool _hasAnswered = false;
     bool _wasStartedAgain = false;
