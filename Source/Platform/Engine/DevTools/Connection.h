@@ -55,6 +55,8 @@ public:
         _sessionChangeOf = std::move(changeOf);
     }
 
+    [[nodiscard]] bool hasEnded(const std::string& session) const { return _endedSessions.contains(session); }
+
     // Called after each half second of silence while waitForReplies waits; false ends that wait, unanswered.
     void setSilenceHandler(std::function<bool()> handler) { _silenceHandler = std::move(handler); }
 

@@ -601,14 +601,23 @@ std::vector<DocumentSnapshot> DevToolsEngine::documents(steady_clock::time_point
     if (_failure)
         throw NSException(NSGenericException,
             _failure.localizedFailureReason() ? _failure.localizedFailureReason() : _failure.localizedDescription());
+    refuseWithoutPage();
     // The bytes are wanted next: the engine prepares them while it is asked for the documents.
     _resources.askForBodies();
     return _reader.documents(
         deadline, _settings.javaScriptEnabled, [this](const DocumentID& document) { return _standIns.contains(document); });
 }
 
+// What is left of a page is not the page: until the news of its end is told, nothing of it is given out.
+void DevToolsEngine::refuseWithoutPage() const
+{
+    if (!_failure && _connection && _connection->hasEnded(_link.pageSession))
+        throw NSException(NSGenericException, u"The process that showed the page ended unexpectedly.");
+}
+
 NSData DevToolsEngine::body(const ResourceID& resource, steady_clock::time_point deadline)
 {
+    refuseWithoutPage();
     return _resources.body(resource, deadline);
 }
 

@@ -154,16 +154,30 @@ void FrameTracker::failDocument(const DocumentID& document, const NSError& error
     Frame* known = frame.empty() ? nullptr : find(frame);
     if (!known)
         return;
-    _responses.erase(document);
+    const bool isAnswered = _responses.erase(document) > 0;
     if (known->provisional && known->provisional->document == document) {
         const bool wasStarted = known->provisional->isStarted;
         known->provisional.reset();
-        if (wasStarted)
+        const bool isCancelled = error.domain() == NSURLErrorDomain && error.code() == NSURLErrorCancelled;
+        if (wasStarted && isCancelled && !isAnswered && frame == EngineLink::mainFrameID)
+            failUnlessCrashed(error);
+        else if (wasStarted)
             _link.client->navigationFailed(frame, error);
     } else if (known->isLoading) {
         known->isLoading = false;
         _link.client->documentFailed(frame, error);
     }
+}
+
+// When the page's processes end, the engine cancels what they were loading, and tells of their end later. A process that answers is
+// there; for one that is not, the question is refused after the news of its end, which ends the load.
+void FrameTracker::failUnlessCrashed(const NSError& error)
+{
+    _link.send(_link.pageSession, "Runtime.getIsolateId", "{}", [this, error](const Connection::Reply& reply) {
+        const FrameID main(EngineLink::mainFrameID);
+        if (!reply.refusal && !find(main)->provisional)
+            _link.client->navigationFailed(main, error);
+    });
 }
 
 void FrameTracker::dropNavigation(const FrameID& frame, const DocumentID& document)

@@ -81,6 +81,7 @@ private:
     void startedNavigating(const JSONView& content);
     void navigated(const JSONView& content, const std::string& session);
     void stoppedLoading(const FrameID& frame);
+    void failUnlessCrashed(const NSError& error);
     [[nodiscard]] std::vector<FrameID> childrenOf(const FrameID& frame) const;
     void remove(const FrameID& frame);
     Frame& frameNamed(const FrameID& frame);
