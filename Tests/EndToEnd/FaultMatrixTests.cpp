@@ -69,7 +69,7 @@ protected:
             break;
         case Moment::AskingABusyPage:
         case Moment::WhileSaving:
-            EXPECT_TRUE(process->waitForError("done loading", 30s));
+            EXPECT_TRUE(process->waitForError("] done loading", 30s));
             break;
         }
         return process;

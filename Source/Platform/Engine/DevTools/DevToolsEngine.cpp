@@ -609,9 +609,13 @@ std::vector<DocumentSnapshot> DevToolsEngine::documents(steady_clock::time_point
 }
 
 // What is left of a page is not the page: until the news of its end is told, nothing of it is given out.
-void DevToolsEngine::refuseWithoutPage() const
+void DevToolsEngine::refuseWithoutPage()
 {
-    if (!_failure && _connection && _connection->hasEnded(_link.pageSession))
+    if (_failure || !_connection)
+        return;
+    if (!_connection->isOpen() || isLost())
+        throw NSException(NSGenericException, u"The page engine is gone.");
+    if (_connection->hasEnded(_link.pageSession))
         throw NSException(NSGenericException, u"The process that showed the page ended unexpectedly.");
 }
 

@@ -65,7 +65,7 @@ private:
     void startAgain();
     void handle(const Message& event);
     void pageChanged(const JSONView& target);
-    void refuseWithoutPage() const;
+    void refuseWithoutPage();
     void forgetBlankPage();
     void attached(const JSONView& content);
     void detached(const JSONView& content);
